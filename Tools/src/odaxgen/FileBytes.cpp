@@ -1,0 +1,70 @@
+#include "FileBytes.h"
+
+#include <sys/types.h>
+
+#include <algorithm>
+#include <climits>
+#include <cstring>
+#include <limits>
+
+bool FileBytes::open(const char* path) {
+  file_.reset(my_fopen(path, "rb"));
+  position_ = 0;
+  next_ = end_ = 0;
+  if (file_ == nullptr) return false;
+  // The block below is the buffer; a second one inside the stream would only be copied through.
+  std::setvbuf(file_.get(), nullptr, _IONBF, 0);
+  return true;
+}
+
+size_t FileBytes::readStream(void* dst, size_t count) {
+  if (file_ == nullptr) return 0;
+  const size_t got = std::fread(dst, 1, count, file_.get());
+  position_ += got;
+  return got;
+}
+
+FileBytes::View FileBytes::peek() {
+  if (next_ == end_) {
+    next_ = 0;
+    end_ = readStream(block_, sizeof block_);
+  }
+  return {block_ + next_, buffered()};
+}
+
+size_t FileBytes::read(void* dst, size_t count) {
+  auto* out = static_cast<uint8_t*>(dst);
+  size_t done = 0;
+  while (done < count) {
+    // A request larger than the block goes straight to its destination.
+    if (next_ == end_ && count - done >= sizeof block_) {
+      next_ = end_ = 0;
+      return done + readStream(out + done, count - done);
+    }
+    const View view = peek();
+    if (view.count == 0) return done;
+    const size_t part = std::min(view.count, count - done);
+    std::memcpy(out + done, view.bytes, part);
+    skip(part);
+    done += part;
+  }
+  return done;
+}
+
+void FileBytes::seek(uint64_t offset) {
+  const uint64_t blockStart = position_ - end_;
+  if (offset >= blockStart && offset <= position_) {
+    next_ = static_cast<size_t>(offset - blockStart);
+    return;
+  }
+  if (file_ == nullptr || offset > static_cast<uint64_t>(LONG_MAX)) return;
+  next_ = end_ = 0;
+  if (fseeko(file_.get(), static_cast<off_t>(offset), SEEK_SET) == 0) position_ = offset;
+}
+
+uint64_t FileBytes::size() {
+  if (file_ == nullptr || fseeko(file_.get(), 0, SEEK_END) != 0) return 0;
+  const off_t end = ftello(file_.get());
+  if (fseeko(file_.get(), static_cast<off_t>(position_), SEEK_SET) != 0) return 0;
+  return end < 0 || end == std::numeric_limits<off_t>::max() ? 0 : static_cast<uint64_t>(end);
+}

@@ -1,0 +1,45 @@
+// FileBytes - a file read through one block of memory, so that single bytes and short rows cost
+// no call of the C library. Reading is the same as by fread and fseek on the bare stream.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "CLibrary.h"
+
+class FileBytes {
+ public:
+  /// Opens for binary reading; false leaves errno as fopen set it.
+  bool open(const char* path);
+  void close() { file_.reset(); }
+  [[nodiscard]] bool isOpen() const { return file_ != nullptr; }
+
+  /// Reads up to `count` bytes; fewer only at the end of the file.
+  size_t read(void* dst, size_t count);
+  /// The bytes that can be had without copying, at least one unless the file is at its end.
+  struct View {
+    const uint8_t* bytes;
+    size_t count;
+  };
+  View peek();
+  /// Moves on by `count` bytes of the last peek().
+  void skip(size_t count) { next_ += count; }
+
+  /// Goes to an absolute position; one behind the end reads nothing.
+  void seek(uint64_t offset);
+  /// The size of the file in bytes, 0 when it has none (a folder, a pipe).
+  uint64_t size();
+
+ private:
+  // Large enough that the system call vanishes, small enough to stay in the second-level cache.
+  static constexpr size_t kBlockBytes = size_t{64} * 1024;
+
+  [[nodiscard]] size_t buffered() const { return end_ - next_; }
+  size_t readStream(void* dst, size_t count);
+
+  CFile file_;
+  uint64_t position_ = 0;  // of the stream: the offset of block_[end_]
+  size_t next_ = 0;        // the next byte of block_
+  size_t end_ = 0;         // behind the last byte of block_
+  uint8_t block_[kBlockBytes];
+};

@@ -1,0 +1,204 @@
+#include "ODAXGen.h"
+
+#include <cstdio>
+#include <cstring>
+
+#include "CFGFile.h"
+#include "HXRasterLib.h"
+#include "Mac_Depend.h"
+#include "ODAXOutLib.h"
+
+namespace {
+
+constexpr int kErrorFullPath = -43;
+constexpr int kErrorRecordMemory = -45;
+constexpr int kErrorOpenTemp = -46;
+constexpr int kErrorReopenOutput = -47;
+constexpr int kErrorRemoveTemp = -48;
+constexpr int kErrorOpenOutput = -49;
+
+class RecordFree {
+ public:
+  void operator()(parameter* record) const noexcept { disposeParameter(record); }
+};
+using RecordOwner = std::unique_ptr<parameter, RecordFree>;
+
+// The override pairs between the configuration reader, which makes the strings, and the packet
+// writer, which copies them.
+struct OverrideLists {
+  char* keys[kMaxOverrides] = {};
+  char* values[kMaxOverrides] = {};
+
+  OverrideLists() = default;
+  OverrideLists(const OverrideLists&) = delete;
+  OverrideLists& operator=(const OverrideLists&) = delete;
+  ~OverrideLists() { release(); }
+
+  void release() {
+    for (size_t i = 0; i < kMaxOverrides; ++i) {
+      std::free(keys[i]);
+      std::free(values[i]);
+      keys[i] = values[i] = nullptr;
+    }
+  }
+};
+
+void cutAtLast(char* text, char separator, const char* otherwise) {
+  char* at = std::strrchr(text, separator);
+  if (at != nullptr) {
+    *at = '\0';
+  } else if (otherwise != nullptr) {
+    zk_strcpy(text, kPathBytes, otherwise);
+  }
+}
+
+void resolveConfigurationPath(const char* path, char* fullPath) {
+  if (GetFullPathMac(path, static_cast<int32_t>(kPathBytes), fullPath) == 0) return;
+  std::fprintf(stderr, "cannot get full path of %s\n", path == nullptr ? "(null)" : path);
+  throw kErrorFullPath;
+}
+
+// The configuration path with ".dat" for its extension. The last '.' of the whole path counts, so
+// one in a folder's name cuts there when the file name has none, on purpose.
+void rememberDefaultOutput(const char* fullPath) {
+  char stem[kPathBytes];
+  zk_strcpy(stem, sizeof stem, fullPath);
+  cutAtLast(stem, '.', nullptr);
+  char name[kPathBytes];
+  zk_sprintf(name, sizeof name, "%s.dat", stem);
+  setDefaultFileName(name);
+}
+
+parameter* newRecord(const char* fullPath) {
+  auto* record = static_cast<parameter*>(std::calloc(1, sizeof(parameter)));
+  if (record == nullptr) {
+    std::fputs("memory alloc error\n", stderr);
+    throw kErrorRecordMemory;
+  }
+  zk_strcpy(record->CFGFileDirectory, kPathBytes, fullPath);
+  cutAtLast(record->CFGFileDirectory, '/', ".");
+  return record;
+}
+
+void handOverOverrides(OverrideLists* overrides) {
+  if (overrides->keys[0] == nullptr || overrides->values[0] == nullptr) return;
+  ODAX_SetOverRideKeyValue(overrides->keys, overrides->values);
+  overrides->release();
+}
+
+void sendOpeningPackets() {
+  ODAX_SendJobSJ();
+  ODAX_SendJobSJC();
+  ODAX_SendJobSC();
+  ODAX_SendJobVC();
+}
+
+// Results are ignored, on purpose: a page that cannot be opened or held sends no raster data and
+// the job goes on. Only thrown codes stop it.
+void sendPages(parameter* record) {
+  HXRaster_New();
+  processHXRasterConfiguration(record);
+  for (const imageParameter* image = record->imageParameterList; image != nullptr;
+       image = image->next) {
+    if (image != record->imageParameterList) HXRaster_New();
+    processHXRasterImageConfiguration(image);
+    processHXRasterImageData(image);
+  }
+  HXRaster_SendEndOfPage();
+  HXRaster_SendJobEnd();
+}
+
+void sendRasterData(parameter* record) {
+  if (record->SendDataFile[0] == '\0') {
+    sendPages(record);
+  } else {
+    readExternalFile(record->SendDataFile);
+  }
+}
+
+void removeTempFile() {
+  char path[kPathBytes];
+  getTempPath(static_cast<int>(kPathBytes), path);
+  if (std::remove(path) == 0) return;
+  std::fprintf(stderr, "ERROR!: Can't delete file \"%s\"\n", path);
+  throw kErrorRemoveTemp;
+}
+
+// Split mode: the packets are written while the raster data are produced.
+void runSplit(parameter* record) {
+  sendOpeningPackets();
+  sendRasterData(record);
+}
+
+// One-packet mode: the raster data are collected first and announced with their size.
+void runInOnePacket(parameter* record) {
+  if (ODAX_OpenTemp() < 0) throw kErrorOpenTemp;
+  sendRasterData(record);
+  ODAX_Close();
+  if (ODAX_Open() < 0) throw kErrorReopenOutput;
+  sendOpeningPackets();
+  sendDataRasterNotDivide();
+  removeTempFile();
+}
+
+void runJob(parameter* record, OverrideLists* overrides, int32_t hasVendorCmd) {
+  handOverOverrides(overrides);
+  ODAX_SetIsExistVC(static_cast<uint32_t>(hasVendorCmd));
+  if (record->SplitDataSize != 0) {
+    runSplit(record);
+  } else {
+    runInOnePacket(record);
+  }
+  ODAX_SendJobEJ();
+  ODAX_Close();
+  ODAX_Delete();
+}
+
+}  // namespace
+
+int makeODAXData(const char* configurationPath) {
+  char fullPath[kPathBytes] = {};
+  resolveConfigurationPath(configurationPath, fullPath);
+  rememberDefaultOutput(fullPath);
+  OverrideLists overrides;
+  int32_t hasVendorCmd = 0;
+  parameter* parsed = newRecord(fullPath);
+  parseParameter(fullPath, parsed, overrides.keys, overrides.values, &hasVendorCmd);
+  if (parsed->SplitDataSize != kNotSet) {
+    ODAX_SetSplitDataSize(static_cast<uint32_t>(parsed->SplitDataSize));
+  }
+  processODAX(parsed);
+
+  const RecordOwner record(parsed);
+  try {
+    runJob(record.get(), &overrides, hasVendorCmd);
+  } catch (int) {
+    ODAX_Delete();
+    throw;
+  }
+  my_printf("done.\n");
+  return 0;
+}
+
+void processODAX(parameter* record) {
+  ODAX_NewWithName(record->OutFilePath);
+  struct Route {
+    const char* path;
+    void (*set)(const char*);
+  };
+  const Route routes[] = {
+      {record->StartJobXmlFile, ODAX_SJ_XMLFilePath},
+      {record->SetJobConfigurationXmlFile, ODAX_SJC_XMLFilePath},
+      {record->SetConfigurationXmlFile, ODAX_SC_XMLFilePath},
+      {record->VendorCmdXmlFile, ODAX_VC_XMLFilePath},
+      {record->SendDataXmlFile, ODAX_SD_XMLFilePath},
+      {record->EndJobXmlFile, ODAX_EJ_XMLFilePath},
+  };
+  for (const Route& route : routes) {
+    if (route.path[0] != '\0') route.set(route.path);
+  }
+  if (record->SplitDataSize == 0 || ODAX_Open() == 0) return;
+  // The record goes, the packet writer stays until the next job makes its own, on purpose.
+  disposeParameter(record);
+  throw kErrorOpenOutput;
+}

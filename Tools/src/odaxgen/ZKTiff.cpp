@@ -1,0 +1,332 @@
+#include "ZKTiff.h"
+
+#include <cerrno>
+#include <climits>
+#include <cstdio>
+#include <cstring>
+#include <new>
+#include <set>
+
+namespace {
+
+constexpr const char* kSourceName = "ZKTiff.cpp";
+constexpr int kOpenErrorLine = 535;  // the line that this failure has always been reported under
+constexpr size_t kMessageBytes = 256;
+constexpr uint64_t kMaxRowBytes = INT_MAX;
+
+// Field types that carry integers.
+constexpr uint16_t kByte = 1, kShort = 3, kLong = 4, kSByte = 6, kSShort = 8, kSLong = 9;
+
+constexpr uint16_t kTagImageWidth = 256, kTagImageLength = 257, kTagBitsPerSample = 258,
+                   kTagCompression = 259, kTagPhotometric = 262, kTagStripOffsets = 273,
+                   kTagRowsPerStrip = 278, kTagPlanarConfiguration = 284;
+
+// Bytes of one value; 0 for the types that are not read.
+uint32_t valueBytes(uint16_t type) {
+  switch (type) {
+    case kByte:
+    case kSByte:
+      return 1;
+    case kShort:
+    case kSShort:
+      return 2;
+    case kLong:
+    case kSLong:
+      return 4;
+    default:
+      return 0;
+  }
+}
+
+bool fitsIntoValueField(const TiffEntry& entry) {
+  return uint64_t{entry.count} * valueBytes(entry.type) <= entry.raw.size();
+}
+
+uint32_t combine(const ImageReader* reader, const uint8_t* bytes, size_t count) {
+  uint32_t value = 0;
+  for (size_t i = 0; i < count; ++i) {
+    value = value << 8U | bytes[reader->byteOrder == 'I' ? count - 1 - i : i];
+  }
+  return value;
+}
+
+uint32_t readNumber(ImageReader* reader, size_t count) {
+  std::array<uint8_t, 4> bytes{};
+  const bool complete = reader->file.read(bytes.data(), count) == count;
+  reader->ioStatus = complete ? 0 : -1;
+  return complete ? combine(reader, bytes.data(), count) : 0;
+}
+
+uint32_t readValue(ImageReader* reader, uint16_t type) {
+  switch (valueBytes(type)) {
+    case 1:
+      return readByte(reader);
+    case 2:
+      return readWord(reader);
+    default:
+      return readLong(reader);
+  }
+}
+
+int32_t signExtend(uint32_t value, uint16_t type) {
+  if (type == kSByte) return static_cast<int8_t>(value);
+  if (type == kSShort) return static_cast<int16_t>(value);
+  return static_cast<int32_t>(value);
+}
+
+// Stores one value in the host's byte order, as wide as its type.
+void storeValue(uint8_t* dst, uint32_t value, uint32_t bytes) {
+  const auto byte = static_cast<uint8_t>(value);
+  const auto word = static_cast<uint16_t>(value);
+  if (bytes == 1) std::memcpy(dst, &byte, 1);
+  if (bytes == 2) std::memcpy(dst, &word, 2);
+  if (bytes == 4) std::memcpy(dst, &value, 4);
+}
+
+void storeOffsetsFromField(ImageReader* reader, const TiffEntry& entry) {
+  const uint32_t bytes = valueBytes(entry.type);
+  for (uint32_t i = 0; i < entry.count; ++i) {
+    const uint32_t value = combine(reader, entry.raw.data() + size_t{i} * bytes, bytes);
+    storeValue(reader->stripOffsets.get() + size_t{i} * bytes, value, bytes);
+  }
+}
+
+void storeOffsetsFromFile(ImageReader* reader, const TiffEntry& entry) {
+  const uint32_t bytes = valueBytes(entry.type);
+  reader->file.seek(correctPointerEndian(reader, entry.raw));
+  for (uint64_t at = 0; at < reader->stripOffsetBytes; at += bytes) {
+    const uint32_t value = readValue(reader, entry.type);
+    if (reader->ioStatus != 0) return;
+    storeValue(reader->stripOffsets.get() + at, value, bytes);
+  }
+}
+
+// Keeps no more of the array than the file can fill: what lies behind reads as 0 either way, and a
+// file that claims billions of strips costs no memory.
+void readStripOffsets(ImageReader* reader, const TiffEntry& entry) {
+  reader->stripCount = entry.count;
+  reader->stripOffsets.reset();
+  reader->stripOffsetBytes = 0;
+  const uint32_t bytes = valueBytes(entry.type);
+  if (bytes == 0) return;
+
+  const uint64_t claimed = uint64_t{entry.count} * bytes;
+  const bool inField = fitsIntoValueField(entry);
+  uint64_t kept = claimed;
+  if (!inField) {
+    const uint64_t size = reader->file.size();
+    if (kept > size) kept = size / bytes * bytes + bytes;  // one more, so that the read falls short
+  }
+  reader->stripOffsets = newZeroedBytes(static_cast<size_t>(kept));
+  if (reader->stripOffsets == nullptr) return;
+  reader->stripOffsetBytes = kept;
+  if (inField) {
+    storeOffsetsFromField(reader, entry);
+  } else {
+    storeOffsetsFromFile(reader, entry);
+  }
+}
+
+void readBitsPerSample(ImageReader* reader, const TiffEntry& entry) {
+  const auto first = static_cast<uint32_t>(readOneInteger(reader, entry));
+  reader->bitsPerPixel = static_cast<uint8_t>(first * entry.count);
+  if (entry.type == kShort && entry.count >= 3) {
+    reader->sampleBits.fill(static_cast<uint8_t>(first));
+  }
+}
+
+void interpretEntry(ImageReader* reader, const TiffEntry& entry) {
+  switch (entry.tag) {
+    case kTagImageWidth:
+      reader->width = static_cast<uint32_t>(readOneInteger(reader, entry));
+      break;
+    case kTagImageLength:
+      reader->height = static_cast<uint32_t>(readOneInteger(reader, entry));
+      break;
+    case kTagBitsPerSample:
+      readBitsPerSample(reader, entry);
+      break;
+    case kTagCompression:
+      reader->compression = static_cast<uint32_t>(readOneInteger(reader, entry));
+      break;
+    case kTagPhotometric:
+      reader->photometric = static_cast<uint16_t>(readOneInteger(reader, entry));
+      break;
+    case kTagStripOffsets:
+      readStripOffsets(reader, entry);
+      break;
+    case kTagRowsPerStrip:
+      reader->rowsPerStrip = static_cast<uint32_t>(readOneInteger(reader, entry));
+      break;
+    case kTagPlanarConfiguration:
+      reader->planarConfiguration = static_cast<uint32_t>(readOneInteger(reader, entry));
+      break;
+    default:
+      break;
+  }
+}
+
+// An entry cut by the end of the file still counts: what is missing is 0.
+TiffEntry readEntry(ImageReader* reader) {
+  TiffEntry entry{};
+  entry.tag = readWord(reader);
+  entry.type = readWord(reader);
+  entry.count = readLong(reader);
+  reader->ioStatus = reader->file.read(entry.raw.data(), 4) == 4 ? 0 : -1;
+  return entry;
+}
+
+// Every directory is interpreted, so in a file of several pages the last one wins, on purpose.
+// An offset that comes again ends the walk: such a chain would go round for ever.
+void readDirectories(ImageReader* reader) {
+  std::set<uint32_t> seen;
+  uint32_t offset = readLong(reader);
+  while (reader->ioStatus == 0 && offset != 0 && seen.insert(offset).second) {
+    reader->file.seek(offset);
+    const uint16_t count = readWord(reader);
+    const auto block = newZeroedBytes(count * sizeof(TiffEntry));
+    if (block == nullptr) return;
+    auto* entries = reinterpret_cast<TiffEntry*>(block.get());
+    for (uint16_t i = 0; i < count; ++i) entries[i] = readEntry(reader);
+    offset = readLong(reader);
+    for (uint16_t i = 0; i < count; ++i) interpretEntry(reader, entries[i]);
+  }
+}
+
+bool readHeader(ImageReader* reader) {
+  std::array<uint8_t, 4> header{};
+  if (reader->file.read(header.data(), header.size()) != header.size()) return false;
+  constexpr std::array<uint8_t, 4> kLittle = {'I', 'I', 0x2A, 0x00};
+  constexpr std::array<uint8_t, 4> kBig = {'M', 'M', 0x00, 0x2A};
+  reader->byteOrder = static_cast<char>(header[0]);
+  return header == kLittle || header == kBig;
+}
+
+uint64_t rowBytesOf(uint32_t width, uint8_t bits) {
+  return (uint64_t{width} * bits + 7) / 8;
+}
+
+// Computes the row sizes and makes the row buffer; false when a row cannot be held.
+bool makeRow(ImageReader* reader) {
+  const uint64_t bytes = rowBytesOf(reader->width, reader->bitsPerPixel);
+  if (bytes > kMaxRowBytes) return false;
+  reader->bytesPerRow = static_cast<uint32_t>(bytes);
+  for (size_t i = 0; i < reader->sampleBits.size(); ++i) {
+    const uint64_t sampleBytes = rowBytesOf(reader->width, reader->sampleBits[i]);
+    if (sampleBytes > kMaxRowBytes) return false;
+    reader->sampleRowBytes[i] = static_cast<uint32_t>(sampleBytes);
+  }
+  reader->row = newZeroedBytes(reader->bytesPerRow);
+  return reader->row != nullptr;
+}
+
+// Leaves the record as that of a file that is no TIFF file.
+void refuseSize(ImageReader* reader) {
+  std::fprintf(stderr, "ERROR!: \"%s\": a row of %u pixels of %u bits cannot be held in memory.\n",
+               reader->fileName.get(), reader->width, unsigned{reader->bitsPerPixel});
+  reader->file.close();
+  reader->width = reader->height = 0;
+  reader->bytesPerRow = 0;
+  reader->sampleRowBytes.fill(0);
+}
+
+void seekToFirstStrip(ImageReader* reader) {
+  // Signed on purpose, unlike later strips: a negative offset is no position to go to.
+  if (reader->stripOffsets == nullptr || reader->firstStripOffset < 0) return;
+  reader->file.seek(static_cast<uint64_t>(reader->firstStripOffset));
+}
+
+ImageReader* newRecord(const char* path) {
+  auto* reader = new (std::nothrow) ImageReader;
+  if (reader == nullptr) return nullptr;
+  const size_t room = std::strlen(path) + 1;
+  reader->fileName = newZeroedText(room);
+  if (reader->fileName == nullptr) {
+    delete reader;
+    return nullptr;
+  }
+  zk_strcpy(reader->fileName.get(), room, path);
+  return reader;
+}
+
+}  // namespace
+
+ImageReader* ZKTiff_New(const char* path) {
+  ImageReader* reader = newRecord(path);
+  if (reader == nullptr) return nullptr;
+  if (!reader->file.open(path)) {
+    const int number = errno;
+    char message[kMessageBytes];
+    zk_sprintf(message, sizeof message, "ZKTiff_New can't open '%s'. (errno=%d)\n", path, number);
+    reportError(message, number, kSourceName, kOpenErrorLine);
+    ZKTiff_Delete(reader);
+    return nullptr;
+  }
+  if (!readHeader(reader)) {
+    reader->file.close();
+    return reader;
+  }
+  try {
+    readDirectories(reader);
+  } catch (const std::bad_alloc&) {
+    // No memory to remember one more directory ends the walk like one that cannot be held.
+  }
+  if (reader->stripOffsets != nullptr) {
+    reader->firstStripOffset = static_cast<int32_t>(stripOffset(reader, 0));
+  }
+  if (!makeRow(reader)) {
+    refuseSize(reader);
+    return reader;
+  }
+  reader->rowsLeftInStrip = reader->rowsPerStrip;
+  seekToFirstStrip(reader);
+  return reader;
+}
+
+void ZKTiff_Delete(ImageReader* reader) {
+  delete reader;
+}
+
+void ZKTiff_GetImageBox(const ImageReader* reader, ZKRect* box) {
+  if (reader == nullptr) return;
+  *box = {0, 0, static_cast<long>(reader->height), static_cast<long>(reader->width)};
+}
+
+void ZKTiff_Rewind(ImageReader* reader) {
+  reader->currentRow = 0;
+  reader->currentStrip = 0;
+  seekToFirstStrip(reader);
+}
+
+uint32_t readLong(ImageReader* reader) {
+  return readNumber(reader, 4);
+}
+uint16_t readWord(ImageReader* reader) {
+  return static_cast<uint16_t>(readNumber(reader, 2));
+}
+uint8_t readByte(ImageReader* reader) {
+  return static_cast<uint8_t>(readNumber(reader, 1));
+}
+
+uint32_t correctPointerEndian(const ImageReader* reader, const std::array<uint8_t, 4>& raw) {
+  return combine(reader, raw.data(), raw.size());
+}
+
+int32_t readOneInteger(ImageReader* reader, const TiffEntry& entry) {
+  const uint32_t bytes = valueBytes(entry.type);
+  if (bytes == 0) return 0;
+  if (fitsIntoValueField(entry)) {
+    return signExtend(combine(reader, entry.raw.data(), bytes), entry.type);
+  }
+  reader->file.seek(correctPointerEndian(reader, entry.raw));
+  return signExtend(readValue(reader, entry.type), entry.type);
+}
+
+uint32_t stripOffset(const ImageReader* reader, uint32_t strip) {
+  const uint64_t at = uint64_t{strip} * 4;
+  if (reader->stripOffsets == nullptr || at >= reader->stripOffsetBytes) return 0;
+  const uint64_t left = reader->stripOffsetBytes - at;
+  uint32_t offset = 0;
+  std::memcpy(&offset, reader->stripOffsets.get() + at, left < 4 ? static_cast<size_t>(left) : 4);
+  return offset;
+}

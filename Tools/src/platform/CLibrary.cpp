@@ -1,0 +1,43 @@
+#include "CLibrary.h"
+
+#include <unistd.h>
+
+#include <cstdarg>
+
+#include "Mac_Depend.h"
+
+CBytes newZeroedBytes(size_t count) {
+  return CBytes(static_cast<uint8_t*>(std::calloc(count == 0 ? 1 : count, 1)));
+}
+
+CText newZeroedText(size_t count) {
+  return CText(static_cast<char*>(std::calloc(count == 0 ? 1 : count, 1)));
+}
+
+std::FILE* my_fopen(const char* path, const char* mode) {
+  if (path == nullptr) return nullptr;
+  return std::fopen(path, mode);
+}
+
+int my_access(const char* path, int32_t mode) {
+  return access(path, mode);
+}
+
+void my_printf(const char* format, ...) {
+  std::va_list arguments;
+  va_start(arguments, format);
+  std::vprintf(format, arguments);
+  va_end(arguments);
+}
+
+int32_t GetFullPath(const char* path, int32_t cap, char* out) {
+  return GetFullPathMac(path, cap, out) == 0 ? 0 : -1;
+}
+
+void reportError(const char* message, int number, const char* file, int line) {
+  std::fprintf(stderr, "ERROR! %s(%d) %s(%d)\n", message, number, file, line);
+}
+
+void reportCannotOpen(const char* path) {
+  std::fprintf(stderr, "ERROR!: Can't open file \"%s\"\n", path);
+}

@@ -1,0 +1,45 @@
+// CLibrary - thin wrappers around the C library, so that a platform can exchange them in one
+// place, and owners for the C library's resources. No state.
+#pragma once
+
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+
+#include "zksafe.h"
+
+struct CFree {
+  void operator()(void* block) const noexcept { std::free(block); }
+};
+struct CFileClose {
+  void operator()(std::FILE* file) const noexcept { std::fclose(file); }
+};
+
+/// A block from malloc or calloc: CBlock<char[]> or CBlock<Record>.
+template <class T>
+using CBlock = std::unique_ptr<T, CFree>;
+using CFile = std::unique_ptr<std::FILE, CFileClose>;
+using CBytes = CBlock<uint8_t[]>;
+using CText = CBlock<char[]>;
+
+/// A zero-filled block, or null when there is no memory (errno says so). Blocks are zeroed because
+/// bytes that no input filled must never reach an output. A request for 0 bytes gets a block.
+CBytes newZeroedBytes(size_t count);
+CText newZeroedText(size_t count);
+
+/// Plain fopen; null path or failure gives null.
+std::FILE* my_fopen(const char* path, const char* mode);
+/// The C library's access test and its result.
+int my_access(const char* path, int32_t mode);
+/// Formats to standard output: the echo of the settings and "done.". Always on.
+void my_printf(const char* format, ...) ZK_PRINTF_LIKE(1, 2);
+
+/// GetFullPathMac() with its result reduced to 0 or -1.
+int32_t GetFullPath(const char* path, int32_t cap, char* out);
+
+/// Prints "ERROR! MESSAGE(NUMBER) FILE(LINE)": the form of resource failures. `number` is errno or
+/// the refused value, `file` the bare name of the reporting source.
+void reportError(const char* message, int number, const char* file, int line);
+/// Prints "ERROR!: Can't open file "PATH"".
+void reportCannotOpen(const char* path);
