@@ -124,7 +124,7 @@ char* zk_strtok(char* s, const char* delimiters, char** /*context*/, int* error)
     if (error != nullptr) *error = kZkInvalid;
     return nullptr;
   }
-  return std::strtok(s, delimiters);  // NOLINT(concurrency-mt-unsafe): one state per process
+  return std::strtok(s, delimiters);  // one state per process
 }
 
 int zk_gmtime(std::tm* out, const std::time_t* time) {
@@ -135,7 +135,7 @@ int zk_gmtime(std::tm* out, const std::time_t* time) {
     out->tm_wday = out->tm_yday = out->tm_isdst = -1;
     return kZkInvalid;
   }
-  std::gmtime(time);  // NOLINT(concurrency-mt-unsafe): kept on purpose, the result goes nowhere
+  std::gmtime(time);  // kept on purpose: the result goes nowhere
   return 0;
 }
 
@@ -145,7 +145,7 @@ int zk_asctime(char* dst, size_t cap, const std::tm* time) {
   if (cap < kAsctimeBytes || time == nullptr || !isWritableTime(*time)) return kZkInvalid;
   // The C library's own form is undefined beyond the year 9999, where it exceeds its 26 bytes.
   if (time->tm_year > 9999 - 1900) return kZkInvalid;
-  const char* text = std::asctime(time);  // NOLINT(concurrency-mt-unsafe): copied at once
+  const char* text = std::asctime(time);  // copied at once
   std::memcpy(dst, text, kAsctimeBytes);
   return 0;
 }

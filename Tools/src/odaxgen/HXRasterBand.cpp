@@ -287,7 +287,7 @@ void sendHxrcHalves(const PlaneRow& at) {
 }
 
 bool isSentInHalves(const RowMode& mode, const HXRasterPlane& plane) {
-  const int bits = plane.bitsPerPixel;
+  const int8_t bits = plane.bitsPerPixel;
   return mode.group == 3 && (bits == 10 || bits == 12 || bits == 16);
 }
 
@@ -341,7 +341,7 @@ bool skipsBlankRow(const HXRasterPlane* list, int row, const RowMode& mode) {
 
 void sendRow(const HXRasterPlane* list, int row, const RowMode& mode) {
   if (skipsBlankRow(list, row, mode)) return;
-  const int planes = static_cast<int8_t>(mNumOfPlanes);
+  const auto planes = static_cast<int8_t>(mNumOfPlanes);
   const HXRasterPlane* plane = list;
   for (int number = 1; number <= planes && plane != nullptr; ++number, plane = plane->next) {
     sendPlane({*plane, number, row, number == planes}, mode);

@@ -232,9 +232,10 @@ int reportTableFileNotOpened(const char* path) {
   return reportTableFile(message.get(), number, __LINE__);
 }
 
-// The size of an open file, rewound; negative when it has none.
+// The size of an open file, rewound; 0 when it has no end to go to, negative when it has none at
+// all.
 long sizeOf(std::FILE* file) {
-  if (std::fseek(file, 0, SEEK_END) != 0) return -1;
+  static_cast<void>(std::fseek(file, 0, SEEK_END));
   const long size = std::ftell(file);
   std::rewind(file);
   return size;

@@ -258,7 +258,7 @@ void strchgXmlValue(char* line, const char* oldValue, const char* newValue) {
   char* value = found + 1;
   const char* tail = value + std::min(oldLength, std::strlen(value));
   std::memmove(value + newLength, tail, std::strlen(tail) + 1);
-  std::memcpy(value, newValue, newLength);
+  std::copy_n(newValue, newLength, value);
 }
 
 void replaceCorrectSize(char* line, uint32_t size, uint32_t* count) {

@@ -119,7 +119,7 @@ void SampleRows_PackGroup(const uint16_t* samples, unsigned depth, uint8_t* grou
   const unsigned count = depth == 10 ? 4 : 2;
   const unsigned bytes = depth == 10 ? 5 : 3;
   uint64_t bits = 0;
-  for (unsigned i = 0; i < count; ++i) bits = bits << depth | samples[i] >> (16 - depth);
+  for (unsigned i = 0; i < count; ++i) bits = bits << depth | uint64_t{samples[i]} >> (16 - depth);
   for (unsigned i = 0; i < bytes; ++i) {
     group[i] = static_cast<uint8_t>(bits >> (8 * (bytes - 1 - i)));
   }

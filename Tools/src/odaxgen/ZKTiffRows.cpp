@@ -84,8 +84,7 @@ SampleRule makeRule(const ImageReader* reader, const uint8_t* table, bool raw) {
 
 // The source bytes or samples of one row that the buffer can take; false for depths that do not go
 // together.
-bool countPerRow(uint32_t fileBits, uint32_t fileRowBytes, const ZKGWorld* world, bool allows12,
-                 uint32_t* count) {
+bool countPerRow(uint32_t fileBits, uint32_t fileRowBytes, const ZKGWorld* world, uint32_t* count) {
   const auto rowBytes = static_cast<uint32_t>(world->rowBytes);
   const int depth = world->depth;
   if (depth >= 0 && fileBits == static_cast<uint32_t>(depth)) {
@@ -97,7 +96,7 @@ bool countPerRow(uint32_t fileBits, uint32_t fileRowBytes, const ZKGWorld* world
     *count = static_cast<uint32_t>(std::min<uint64_t>(fileRowBytes, samples));
     return true;
   }
-  if (fileBits == 16 && (depth == 10 || (depth == 12 && allows12))) {
+  if (fileBits == 16 && (depth == 10 || depth == 12)) {
     *count = std::min(fileRowBytes / 2, rowBytes);
     return true;
   }
@@ -162,7 +161,7 @@ void splitRow8(const uint8_t* src, uint32_t pixels, const Buffers& buffers, uint
 // The two bytes of a sample in a deep buffer: its top bits in the low bits, the free bits set.
 uint16_t deepSample(uint16_t sample, unsigned depth) {
   const unsigned free = ~((1U << depth) - 1) & 0xFFFFU;
-  return static_cast<uint16_t>(free | sample >> (16 - depth));
+  return static_cast<uint16_t>(free | unsigned{sample} >> (16 - depth));
 }
 
 // One channel of a row of 16-bit pixels.
@@ -239,7 +238,7 @@ int ZKTiff_ReadNextRasterBlock(ImageReader* reader, ZKGWorld* world, const uint8
   if (reader == nullptr || !reader->file.isOpen()) return 0;
 
   uint32_t count = 0;
-  if (!countPerRow(reader->bitsPerPixel, reader->bytesPerRow, world, true, &count)) return 0;
+  if (!countPerRow(reader->bitsPerPixel, reader->bytesPerRow, world, &count)) return 0;
   const SampleRule rule =
       makeRule(reader, table == nullptr ? tableForDepth(world->depth) : table, raw);
   const uint32_t rows = rowsToRead(reader, world);
@@ -265,7 +264,8 @@ int ZKTiff_ReadNextRasterBlockCMYK(ImageReader* reader, ZKGWorld* world, const u
   const auto c = static_cast<size_t>(channel);
   const uint32_t bits = reader->sampleBits[c];
   uint32_t count = 0;
-  if (!countPerRow(bits, reader->sampleRowBytes[c], world, false, &count)) return 0;
+  if (bits == 16 && world->depth != 10) return 0;
+  if (!countPerRow(bits, reader->sampleRowBytes[c], world, &count)) return 0;
   if (table == nullptr || table == rawSamplesMarker()) table = tableForDepth(world->depth);
   const SampleRule rule = makeRule(reader, table, false);
   const uint32_t rows = rowsToRead(reader, world);

@@ -57,7 +57,7 @@ int32_t GetFullPathMac(const char* path, int32_t cap, char* out) {
 
 void GetTempFolderMac(char* out, int32_t cap) {
   const auto room = static_cast<size_t>(cap < 0 ? 0 : cap);
-  const char* folder = std::getenv("TMPDIR");  // NOLINT(concurrency-mt-unsafe): one thread
+  const char* folder = std::getenv("TMPDIR");
   if (folder == nullptr || folder[0] == '\0') folder = "/tmp";
   const size_t length = std::strlen(folder);
   zk_sprintf(out, room, folder[length - 1] == '/' ? "%s" : "%s/", folder);
