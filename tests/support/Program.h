@@ -1,0 +1,14 @@
+// Program - runs a command as a user does, in a folder, and collects what it says.
+#pragma once
+
+#include <string>
+#include <vector>
+
+struct ProgramResult {
+  int exitCode = -1;  // 128 + signal for a program that was killed
+  std::string out;
+  std::string err;
+};
+
+/// Runs `arguments[0]` with the rest as its arguments, in `folder`.
+ProgramResult runProgram(const std::vector<std::string>& arguments, const std::string& folder);
