@@ -108,33 +108,23 @@ void storeSigned(const char* key, const char* value, int32_t* field, int32_t* si
   my_printf(leading > 0 ? "%s=+%d\n" : "%s=%d\n", key, *field);
 }
 
-// The table of an index level; false for a number that has none. 0 means no table.
+struct LevelTable {
+  int32_t levels;
+  const ReductionTable* table;  // null: none
+};
+constexpr LevelTable kLevelTables[] = {
+    {0, nullptr},          {2, &Reduce256To2Tbl}, {3, &Reduce256To3Tbl},   {4, &Reduce256To4Tbl},
+    {5, &Reduce256To5Tbl}, {6, &Reduce256To6Tbl}, {16, &Reduce256To16Tbl},
+};
+
+// The table of an index level; false for a number that has none.
 bool findLevelTable(int32_t levels, const uint8_t** table) {
-  switch (levels) {
-    case 0:
-      *table = nullptr;
-      return true;
-    case 2:
-      *table = Reduce256To2Tbl.data();
-      return true;
-    case 3:
-      *table = Reduce256To3Tbl.data();
-      return true;
-    case 4:
-      *table = Reduce256To4Tbl.data();
-      return true;
-    case 5:
-      *table = Reduce256To5Tbl.data();
-      return true;
-    case 6:
-      *table = Reduce256To6Tbl.data();
-      return true;
-    case 16:
-      *table = Reduce256To16Tbl.data();
-      return true;
-    default:
-      return false;
+  for (const LevelTable& row : kLevelTables) {
+    if (row.levels != levels) continue;
+    *table = row.table == nullptr ? nullptr : row.table->data();
+    return true;
   }
+  return false;
 }
 
 struct PathKey {

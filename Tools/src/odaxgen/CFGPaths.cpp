@@ -51,6 +51,15 @@ void replaceAll(char* text, char from, char to) {
   std::replace(text, text + std::strlen(text), from, to);
 }
 
+// Makes `separator` of all three separators; a leading colon begins a classic relative path.
+int convertSeparators(char* path, char separator, const char* up) {
+  char converted[kWorkBytes];
+  const char* rest = convertLeadingColons(path, up, converted);
+  zk_strcat(converted, sizeof converted, rest);
+  for (const char other : {':', '/', '\\'}) replaceAll(converted, other, separator);
+  return storeConverted(path, converted, kErrorToSlash);
+}
+
 bool isSeparator(char c) {
   return c == '/' || c == '\\';
 }
@@ -142,23 +151,13 @@ void checkIfFileExist(parameter* record) {
 int toSlash(char* path) {
   if (std::strpbrk(path, "\\:") == nullptr) return 0;
   if (hasDriveForm(path)) failConversion(path, kErrorToSlash);
-  char converted[kWorkBytes];
-  const char* rest = convertLeadingColons(path, "../", converted);
-  zk_strcat(converted, sizeof converted, rest);
-  replaceAll(converted, ':', '/');
-  replaceAll(converted, '\\', '/');
-  return storeConverted(path, converted, kErrorToSlash);
+  return convertSeparators(path, '/', "../");
 }
 
 int toBackSlash(char* path) {
   if (std::strpbrk(path, "/:") == nullptr) return 0;
   if (hasDriveForm(path)) return 1;
-  char converted[kWorkBytes];
-  const char* rest = convertLeadingColons(path, "..\\", converted);
-  zk_strcat(converted, sizeof converted, rest);
-  replaceAll(converted, ':', '\\');
-  replaceAll(converted, '/', '\\');
-  return storeConverted(path, converted, kErrorToSlash);
+  return convertSeparators(path, '\\', "..\\");
 }
 
 int toColon(char* path) {

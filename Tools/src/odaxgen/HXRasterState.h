@@ -33,5 +33,6 @@ extern uint8_t* mCodeDataHigherP;
 extern uint8_t* mCodeDataLowerP;
 
 extern bool sThisIsBlankLine;  // not touched; no plane of the current row was sent yet
-extern bool sSeedRowUnkown;    // false; the printer's seed row is not the row above
+// Spelt so on purpose.
+extern bool sSeedRowUnkown;  // false; the printer's seed row is not the row above
 extern std::array<int32_t, kMaxPlanes> sRowBytesPre;  // not touched; bytes of each plane's last row

@@ -167,6 +167,8 @@ int makeODAXData(const char* configurationPath) {
   if (parsed->SplitDataSize != kNotSet) {
     ODAX_SetSplitDataSize(static_cast<uint32_t>(parsed->SplitDataSize));
   }
+  // Up to here a failure leaves the packet writer as it is; from here on it is deleted. Kept on
+  // purpose: the next job makes it anew either way.
   processODAX(parsed);
 
   const RecordOwner record(parsed);
@@ -198,7 +200,6 @@ void processODAX(parameter* record) {
     if (route.path[0] != '\0') route.set(route.path);
   }
   if (record->SplitDataSize == 0 || ODAX_Open() == 0) return;
-  // The record goes, the packet writer stays until the next job makes its own, on purpose.
   disposeParameter(record);
   throw kErrorOpenOutput;
 }

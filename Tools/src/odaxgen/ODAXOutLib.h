@@ -89,7 +89,7 @@ void strchgXmlValue(char* line, const char* oldValue, const char* newValue);
 /// Sets the line's first element value to a size. @throws -71 without an element, -72 no memory
 void replaceCorrectSize(char* line, uint32_t size, uint32_t* count);
 /// Sets it to "ON" when the chunk size equals the split size, to "OFF" else and for -1 (no chunk).
-/// @throws -73 without an element
+/// @throws -73 without an element. (The name is misspelt and stays.)
 void replaceCorrectContinueFlug(char* line, int32_t chunkSize, uint32_t* count);
 /// Writes a line. Kept on purpose: the count is 8 bits wide, longer lines lose their multiples of
 /// 256.

@@ -276,6 +276,7 @@ void replaceCorrectContinueFlug(char* line, int32_t chunkSize, uint32_t* count) 
   char copy[kLineBytes];
   const char* oldValue = firstElementValue(
       line, copy, {kErrorContinueElement, "replaceCorrectContinueFlug(): strtok error", 1219});
+  // A full chunk says "ON" also when the stream ends with it and nothing follows, on purpose.
   const char* newValue = chunkSize != kNoChunk && chunkSize == mSplitDataSize ? "ON" : "OFF";
   adjustCount(count, std::strlen(newValue), std::strlen(oldValue));
   strchgXmlValue(line, oldValue, newValue);

@@ -1,6 +1,7 @@
 // The block decoders of ZKTiff: they deliver the next rows of an image into pixel buffers.
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 
@@ -10,10 +11,12 @@
 
 namespace {
 
+constexpr const char* kSourceName = "ZKTiffRows.cpp";
+
 constexpr uint32_t kCompressionNone = 1;
 constexpr uint32_t kCompressionPackBits = 32773;
 constexpr int kErrorCompression = -41;
-constexpr int kErrorRgbCompression = -42;
+constexpr int kErrorRgbCompression = -42;  // a code of its own, on purpose
 constexpr size_t kCmykChannels = 4;
 
 bool isSupported(uint32_t compression) {
@@ -277,7 +280,10 @@ int ZKTiff_ReadNextRasterBlockCMYK(ImageReader* reader, ZKGWorld* world, const u
     }
     readRow(reader);
     const CBytes samples = newZeroedBytes(reader->sampleRowBytes[c]);
-    if (samples == nullptr) throw kErrorCompression;
+    if (samples == nullptr) {
+      reportError("ZKTiff_ReadNextRasterBlockCMYK: memory error", errno, kSourceName, __LINE__);
+      throw kErrorCompression;
+    }
     extractChannel(reader, c, samples.get());
     convertRow(samples.get(), count, bits, world, row, rule);
     countRow(reader);
