@@ -22,7 +22,8 @@ extern "C" {
 /// @throws  int, negative, from -3 to -80: the job stopped; one or two lines on the error stream
 ///          said why. Everything that the job held is released, and the next job may start.
 /// @throws  const char*, the text "Internal Exception": a composite CMYK page has a compression
-///          other than none and PackBits. The output file stays as far as it was written.
+///          other than none and PackBits. The output file stays as far as it was written, and open
+///          until the next job.
 ///
 /// What a host must know:
 ///  - One job at a time in a process, on the caller's thread: the modules keep their state in
@@ -37,7 +38,8 @@ extern "C" {
 ///  - SplitDataSize is kept from one job of the process to the next when a job does not set it.
 ///  - With SplitDataSize=0 the raster data passes through TEMP_ODAXGEN.dat in the temporary folder
 ///    (TMPDIR or /tmp on Linux), which is removed at the end of a successful job.
-///  - Pages that cannot be opened are skipped: the job goes on and still ends with "done.".
+///  - Pages that cannot be opened are skipped: the job goes on and still ends with "done.". The
+///    images of such a page that could be opened stay open until the process ends.
 ///  - Writes that fail, on a full disk for example, are not reported.
 ODAXGEN_EXPORT int makeODAXData(const char* configurationPath);
 }

@@ -167,6 +167,7 @@ void checkImageSectionParameter(parameter* record, const CFGFileItem* items, int
   imageParameter* image = first;
   if (first->next != nullptr) {
     image = record->lastImageParameter;
+    if (image == nullptr) image = getLastImageParameter(first);
     setDefaultImageParameter(image, first);
     checkConfigureImageDataGraphicResolution(image, first);
   } else {

@@ -3,7 +3,6 @@
 #include <sys/types.h>
 
 #include <algorithm>
-#include <climits>
 #include <cstring>
 #include <limits>
 
@@ -11,6 +10,7 @@ bool FileBytes::open(const char* path) {
   file_.reset(my_fopen(path, "rb"));
   position_ = 0;
   next_ = end_ = 0;
+  isAtEnd_ = false;
   if (file_ == nullptr) return false;
   // The block below is the buffer; a second one inside the stream would only be copied through.
   std::setvbuf(file_.get(), nullptr, _IONBF, 0);
@@ -18,8 +18,9 @@ bool FileBytes::open(const char* path) {
 }
 
 size_t FileBytes::readStream(void* dst, size_t count) {
-  if (file_ == nullptr) return 0;
+  if (file_ == nullptr || isAtEnd_) return 0;
   const size_t got = std::fread(dst, 1, count, file_.get());
+  isAtEnd_ = got < count;
   position_ += got;
   return got;
 }
@@ -57,9 +58,15 @@ void FileBytes::seek(uint64_t offset) {
     next_ = static_cast<size_t>(offset - blockStart);
     return;
   }
-  if (file_ == nullptr || offset > static_cast<uint64_t>(LONG_MAX)) return;
   next_ = end_ = 0;
-  if (fseeko(file_.get(), static_cast<off_t>(offset), SEEK_SET) == 0) position_ = offset;
+  position_ = offset;
+  isAtEnd_ = false;
+  if (file_ == nullptr) return;
+  // A position that the system refuses lies behind the end of any file.
+  const bool isReachable = offset <= static_cast<uint64_t>(std::numeric_limits<off_t>::max());
+  if (isReachable && fseeko(file_.get(), static_cast<off_t>(offset), SEEK_SET) == 0) return;
+  fseeko(file_.get(), 0, SEEK_END);
+  position_ = static_cast<uint64_t>(std::max<off_t>(ftello(file_.get()), 0));
 }
 
 uint64_t FileBytes::size() {

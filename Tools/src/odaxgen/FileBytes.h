@@ -27,6 +27,8 @@ class FileBytes {
 
   /// Goes to an absolute position; one behind the end reads nothing.
   void seek(uint64_t offset);
+  /// The position of the next byte.
+  [[nodiscard]] uint64_t position() const { return position_ - buffered(); }
   /// The size of the file in bytes, 0 when it has none (a folder, a pipe).
   uint64_t size();
 
@@ -39,6 +41,7 @@ class FileBytes {
 
   CFile file_;
   uint64_t position_ = 0;  // of the stream: the offset of block_[end_]
+  bool isAtEnd_ = false;   // a read fell short: no use in asking again
   size_t next_ = 0;        // the next byte of block_
   size_t end_ = 0;         // behind the last byte of block_
   uint8_t block_[kBlockBytes];

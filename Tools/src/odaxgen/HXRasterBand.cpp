@@ -131,6 +131,11 @@ void sendCommand(const char* text, int length, char letter) {
   ODAX_SendData(command, static_cast<int32_t>(std::strlen(command)));
 }
 
+// Wraps behind 2^31-1 rows instead of overflowing; no page has so many.
+void countBlankLine() {
+  mBlankLines = static_cast<int32_t>(static_cast<uint32_t>(mBlankLines) + 1);
+}
+
 void sendBlankLines() {
   if (mBlankLines <= 0) return;
   sendCommand("\x1B*b", mBlankLines, 'Y');
@@ -332,7 +337,7 @@ bool skipsBlankRow(const HXRasterPlane* list, int row, const RowMode& mode) {
                            ? isRowTrimmedBlank(list, row, mode.blank)
                            : isRowWhite(list, row, mode);
   if (isBlank) {
-    ++mBlankLines;
+    countBlankLine();
     return true;
   }
   sendBlankLinesAndForgetSeed();
@@ -346,7 +351,7 @@ void sendRow(const HXRasterPlane* list, int row, const RowMode& mode) {
   for (int number = 1; number <= planes && plane != nullptr; ++number, plane = plane->next) {
     sendPlane({*plane, number, row, number == planes}, mode);
   }
-  if (mode.blankTest == BlankTest::kLazy && sThisIsBlankLine) ++mBlankLines;
+  if (mode.blankTest == BlankTest::kLazy && sThisIsBlankLine) countBlankLine();
   if (!mode.isTrimmingRows()) sSeedRowUnkown = false;  // the printer has this row now
 }
 

@@ -7,6 +7,7 @@
 #include "HXRasterLib.h"
 #include "Mac_Depend.h"
 #include "ODAXOutLib.h"
+#include "ZKFile.h"
 
 namespace {
 
@@ -177,6 +178,10 @@ int makeODAXData(const char* configurationPath) {
   } catch (int) {
     ODAX_Delete();
     throw;
+  } catch (const char*) {
+    // Nothing is cleaned up for a text, on purpose; what was written so far is to be seen, though.
+    ZKFile_Flush();
+    throw;
   }
   my_printf("done.\n");
   return 0;
@@ -200,6 +205,6 @@ void processODAX(parameter* record) {
     if (route.path[0] != '\0') route.set(route.path);
   }
   if (record->SplitDataSize == 0 || ODAX_Open() == 0) return;
-  disposeParameter(record);
+  disposeParameter(record);  // with its lists: nobody else would free them
   throw kErrorOpenOutput;
 }

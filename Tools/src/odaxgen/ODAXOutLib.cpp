@@ -45,7 +45,7 @@ void clearJob() {
 
 void setTemplatePath(char* templatePath, const char* path) {
   char full[kPathBytes] = {};
-  if (GetFullPathMac(path, static_cast<int32_t>(sizeof full), full) != 0) return;
+  GetFullPathMac(path, static_cast<int32_t>(sizeof full), full);
   zk_strcpy(templatePath, kPathBytes, full);
 }
 
@@ -164,11 +164,9 @@ void readExternalFile(const char* path) {
     throw kErrorExternalFile;
   }
   uint8_t piece[1024];
-  for (;;) {
-    const size_t got = std::fread(piece, 1, sizeof piece, file.get());
-    if (got == 0) break;
-    ODAX_SendData(piece, static_cast<int32_t>(got));
-  }
+  forEachPiece(file.get(), piece, sizeof piece, [](const uint8_t* bytes, size_t count) {
+    ODAX_SendData(bytes, static_cast<int32_t>(count));
+  });
   ODAX_Flush();
 }
 

@@ -115,6 +115,12 @@ void sendDataTemplate(const Template& source, uint32_t size, int32_t chunkSize) 
   forEachLine(source, false, edit, writeDataLine);
 }
 
+// The wording is odd and stays.
+[[noreturn]] void failTooLong(const char* newValue) {
+  std::fprintf(stderr, "ERROR!: A value of too int32_t overriding \"%s\".\n", newValue);
+  throw kErrorTooLong;
+}
+
 // The text of the line's first element, as the tokeniser finds it in `copy`; throws without one.
 const char* firstElementValue(const char* line, char* copy, const MemoryFailure& missing) {
   zk_strcpy(copy, kLineBytes, line);
@@ -213,11 +219,9 @@ void sendDataRasterNotDivide() {
     reportCannotOpen(path);
     throw kErrorTempOpen;
   }
-  for (;;) {
-    const size_t got = std::fread(copy.get(), 1, kCopyBytes, file.get());
-    if (got == 0) break;
-    ZKFile_Write(copy.get(), static_cast<uint32_t>(got));
-  }
+  forEachPiece(file.get(), copy.get(), kCopyBytes, [](const uint8_t* bytes, size_t count) {
+    ZKFile_Write(bytes, static_cast<uint32_t>(count));
+  });
   mJobDataSize += mTempJobDataSize;
 }
 
@@ -241,11 +245,7 @@ void overrideValues(char* line, uint32_t* count, int index) {
 void strchgXmlValue(char* line, const char* oldValue, const char* newValue) {
   const size_t oldLength = std::strlen(oldValue);
   const size_t newLength = std::strlen(newValue);
-  if (std::strlen(line) + newLength >= kLineBytes + oldLength) {
-    // The wording is odd and stays.
-    std::fprintf(stderr, "ERROR!: A value of too int32_t overriding \"%s\".\n", newValue);
-    throw kErrorTooLong;
-  }
+  if (std::strlen(line) + newLength >= kLineBytes + oldLength) failTooLong(newValue);
   // A value that fills the line empties the needle, which is then found at the line's beginning.
   char needle[kLineBytes];
   zk_strcpy(needle, sizeof needle, ">");
@@ -253,11 +253,13 @@ void strchgXmlValue(char* line, const char* oldValue, const char* newValue) {
   zk_strcat(needle, sizeof needle, "<");
   if (std::strcmp(oldValue, newValue) == 0) return;
   char* found = std::strstr(line, needle);
-  if (found == nullptr) return;
+  if (found == nullptr || found[0] == '\0') return;
 
   char* value = found + 1;
   const char* tail = value + std::min(oldLength, std::strlen(value));
-  std::memmove(value + newLength, tail, std::strlen(tail) + 1);
+  const size_t tailBytes = std::strlen(tail) + 1;
+  if (static_cast<size_t>(value - line) + newLength + tailBytes > kLineBytes) failTooLong(newValue);
+  std::memmove(value + newLength, tail, tailBytes);
   std::copy_n(newValue, newLength, value);
 }
 

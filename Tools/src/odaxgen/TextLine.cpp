@@ -1,5 +1,6 @@
 #include "TextLine.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace {
@@ -40,7 +41,7 @@ char* sReadLine(char* buf, int size, std::FILE* fp, int* length) {
 void deleteBOM(char* line, uint32_t* count) {
   if (withBOM(line) == 0) return;
   std::memmove(line, line + kMarkBytes, std::strlen(line + kMarkBytes) + 1);
-  *count -= kMarkBytes;
+  *count -= std::min(*count, kMarkBytes);
 }
 
 int32_t withBOM(const char* text) {

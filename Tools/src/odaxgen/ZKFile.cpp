@@ -37,9 +37,7 @@ int writeBytes(uint32_t value, unsigned bytes, int littleEndian) {
 }  // namespace
 
 void ZKFile_NewWithName(const char* path) {
-  // A stream that an escaped exception left behind stays open: its bytes reach the disk when the
-  // process ends.
-  static_cast<void>(mStream.release());
+  mStream.reset();
   if (path == nullptr || path[0] == '\0') path = "ODAX.dat";
   const size_t room = std::strlen(path) + 1;
   mFilePath = newZeroedText(room);

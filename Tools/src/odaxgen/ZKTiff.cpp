@@ -1,5 +1,6 @@
 #include "ZKTiff.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <cstdio>
@@ -91,40 +92,57 @@ void storeOffsetsFromField(ImageReader* reader, const TiffEntry& entry) {
   }
 }
 
-void storeOffsetsFromFile(ImageReader* reader, const TiffEntry& entry) {
-  const uint32_t bytes = valueBytes(entry.type);
-  reader->file.seek(correctPointerEndian(reader, entry.raw));
-  for (uint64_t at = 0; at < reader->stripOffsetBytes; at += bytes) {
-    const uint32_t value = readValue(reader, entry.type);
-    if (reader->ioStatus != 0) return;
-    storeValue(reader->stripOffsets.get() + at, value, bytes);
-  }
+// Makes the array of an entry. No more of it is kept than `available` bytes of the file can fill:
+// what lies behind reads as 0 either way, and a file that claims billions of strips costs no
+// memory.
+bool makeStripOffsets(ImageReader* reader, const TiffEntry& entry, uint64_t available) {
+  const uint64_t claimed = uint64_t{entry.count} * valueBytes(entry.type);
+  const uint64_t kept = std::min(claimed, available + entry.raw.size());
+  reader->stripOffsets = newZeroedBytes(static_cast<size_t>(kept));
+  reader->stripOffsetBytes = reader->stripOffsets == nullptr ? 0 : kept;
+  return reader->stripOffsets != nullptr;
 }
 
-// Keeps no more of the array than the file can fill: what lies behind reads as 0 either way, and a
-// file that claims billions of strips costs no memory.
+// Goes where reading the whole array would end, and tells what became of it, without reading it:
+// only the last array of a file counts, and a file may name a great many.
+void passOverOffsets(ImageReader* reader, const TiffEntry& entry) {
+  const uint64_t begin = correctPointerEndian(reader, entry.raw);
+  const uint64_t end = begin + uint64_t{entry.count} * valueBytes(entry.type);
+  const uint64_t size = reader->file.size();
+  reader->ioStatus = end <= size ? 0 : -1;
+  reader->file.seek(end <= size ? end : std::max(begin, size));
+}
+
 void readStripOffsets(ImageReader* reader, const TiffEntry& entry) {
   reader->stripCount = entry.count;
   reader->stripOffsets.reset();
   reader->stripOffsetBytes = 0;
-  const uint32_t bytes = valueBytes(entry.type);
-  if (bytes == 0) return;
-
-  const uint64_t claimed = uint64_t{entry.count} * bytes;
-  const bool inField = fitsIntoValueField(entry);
-  uint64_t kept = claimed;
-  if (!inField) {
-    const uint64_t size = reader->file.size();
-    if (kept > size) kept = size / bytes * bytes + bytes;  // one more, so that the read falls short
-  }
-  reader->stripOffsets = newZeroedBytes(static_cast<size_t>(kept));
-  if (reader->stripOffsets == nullptr) return;
-  reader->stripOffsetBytes = kept;
-  if (inField) {
+  reader->pendingOffsets.reset();
+  if (valueBytes(entry.type) == 0) return;
+  if (!fitsIntoValueField(entry)) {
+    reader->pendingOffsets = entry;
+    passOverOffsets(reader, entry);
+  } else if (makeStripOffsets(reader, entry, 0)) {
     storeOffsetsFromField(reader, entry);
-  } else {
-    storeOffsetsFromFile(reader, entry);
   }
+}
+
+// Reads the array that the directories left pending, as far as the file goes.
+void loadPendingOffsets(ImageReader* reader) {
+  if (!reader->pendingOffsets) return;
+  const TiffEntry& entry = *reader->pendingOffsets;
+  if (!makeStripOffsets(reader, entry, reader->file.size())) return;
+  const uint64_t position = reader->file.position();
+  const int32_t status = reader->ioStatus;
+  const uint32_t bytes = valueBytes(entry.type);
+  reader->file.seek(correctPointerEndian(reader, entry.raw));
+  for (uint64_t at = 0; at + bytes <= reader->stripOffsetBytes; at += bytes) {
+    const uint32_t value = readValue(reader, entry.type);
+    if (reader->ioStatus != 0) break;
+    storeValue(reader->stripOffsets.get() + at, value, bytes);
+  }
+  reader->file.seek(position);
+  reader->ioStatus = status;
 }
 
 void readBitsPerSample(ImageReader* reader, const TiffEntry& entry) {
@@ -166,14 +184,28 @@ void interpretEntry(ImageReader* reader, const TiffEntry& entry) {
   }
 }
 
-// An entry cut by the end of the file still counts: what is missing is 0.
-TiffEntry readEntry(ImageReader* reader) {
+// The fields of an entry in the file, by offset and bytes.
+constexpr size_t kEntryBytes = 12;
+constexpr size_t kTypeAt = 2, kCountAt = 4, kValueAt = 8;
+
+TiffEntry entryFrom(const ImageReader* reader, const uint8_t* bytes) {
   TiffEntry entry{};
-  entry.tag = readWord(reader);
-  entry.type = readWord(reader);
-  entry.count = readLong(reader);
-  reader->ioStatus = reader->file.read(entry.raw.data(), 4) == 4 ? 0 : -1;
+  entry.tag = static_cast<uint16_t>(combine(reader, bytes, 2));
+  entry.type = static_cast<uint16_t>(combine(reader, bytes + kTypeAt, 2));
+  entry.count = combine(reader, bytes + kCountAt, 4);
+  std::memcpy(entry.raw.data(), bytes + kValueAt, entry.raw.size());
   return entry;
+}
+
+// A directory cut by the end of the file still counts: what is missing is 0, and so is a number of
+// which only a part is there.
+void clearCutNumber(uint8_t* directory, size_t got) {
+  const size_t within = got % kEntryBytes;
+  uint8_t* entry = directory + (got - within);
+  for (const size_t field : {size_t{0}, kTypeAt, kCountAt}) {
+    const size_t end = field == kCountAt ? kValueAt : field + 2;
+    if (within > field && within < end) std::memset(entry + field, 0, within - field);
+  }
 }
 
 // Every directory is interpreted, so in a file of several pages the last one wins, on purpose.
@@ -183,13 +215,15 @@ void readDirectories(ImageReader* reader) {
   uint32_t offset = readLong(reader);
   while (reader->ioStatus == 0 && offset != 0 && seen.insert(offset).second) {
     reader->file.seek(offset);
-    const uint16_t count = readWord(reader);
-    const auto block = newZeroedBytes(count * sizeof(TiffEntry));
-    if (block == nullptr) return;
-    auto* entries = reinterpret_cast<TiffEntry*>(block.get());
-    for (uint16_t i = 0; i < count; ++i) entries[i] = readEntry(reader);
+    const size_t bytes = readWord(reader) * kEntryBytes;
+    const CBytes directory = newZeroedBytes(bytes);
+    if (directory == nullptr) return;
+    const size_t got = reader->file.read(directory.get(), bytes);
+    if (got < bytes) clearCutNumber(directory.get(), got);
     offset = readLong(reader);
-    for (uint16_t i = 0; i < count; ++i) interpretEntry(reader, entries[i]);
+    for (size_t at = 0; at < bytes; at += kEntryBytes) {
+      interpretEntry(reader, entryFrom(reader, directory.get() + at));
+    }
   }
 }
 
@@ -271,6 +305,7 @@ ImageReader* ZKTiff_New(const char* path) {
   } catch (const std::bad_alloc&) {
     // No memory to remember one more directory ends the walk like one that cannot be held.
   }
+  loadPendingOffsets(reader);
   if (reader->stripOffsets != nullptr) {
     reader->firstStripOffset = static_cast<int32_t>(stripOffset(reader, 0));
   }

@@ -5,10 +5,19 @@
 
 #include <array>
 #include <cstdint>
+#include <optional>
 
 #include "CLibrary.h"
 #include "FileBytes.h"
 #include "ZKGWorldLib.h"
+
+/// One entry of a directory.
+struct TiffEntry {
+  uint16_t tag;
+  uint16_t type;
+  uint32_t count;
+  std::array<uint8_t, 4> raw;  // the value field as it stands in the file
+};
 
 /// The state of one open image file.
 struct ImageReader {
@@ -27,6 +36,7 @@ struct ImageReader {
   uint32_t stripCount = 0;
   CBytes stripOffsets;            // as stored in the file's type; read through stripOffset()
   uint64_t stripOffsetBytes = 0;  // bytes of the array that the file really holds
+  std::optional<TiffEntry> pendingOffsets;  // an array that is still to be read, while opening
   uint32_t currentStrip = 0;
   uint32_t rowsLeftInStrip = 0xFFFFFFFF;
   CBytes row;  // bytesPerRow bytes: the row just read
@@ -58,14 +68,6 @@ void ZKTiff_Rewind(ImageReader* reader);
 uint32_t readLong(ImageReader* reader);
 uint16_t readWord(ImageReader* reader);
 uint8_t readByte(ImageReader* reader);
-
-/// One entry of a directory.
-struct TiffEntry {
-  uint16_t tag;
-  uint16_t type;
-  uint32_t count;
-  std::array<uint8_t, 4> raw;  // the value field as it stands in the file
-};
 
 /// The value field as a number in the file's byte order.
 uint32_t correctPointerEndian(const ImageReader* reader, const std::array<uint8_t, 4>& raw);

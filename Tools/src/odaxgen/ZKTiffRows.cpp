@@ -305,7 +305,8 @@ int ZKTiff_ReadNextRasterBlockRGB(ImageReader* reader, ZKGWorld* red, ZKGWorld* 
   const uint64_t room = uint64_t{static_cast<uint32_t>(red->rowBytes)} * pixelBytes;
   const auto bytes = static_cast<uint32_t>(std::min<uint64_t>(reader->bytesPerRow, room));
   const uint32_t pixels = bytes / pixelBytes;
-  const uint32_t rows = rowsToRead(reader, red);
+  const uint32_t rows =
+      std::min({rowsToRead(reader, red), rowsToRead(reader, green), rowsToRead(reader, blue)});
   for (uint32_t row = 0; row < rows; ++row) {
     if (!isSupported(reader->compression)) {
       reportCompression(reader);

@@ -1,5 +1,6 @@
 #include "CLibrary.h"
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdarg>
@@ -12,6 +13,12 @@ CBytes newZeroedBytes(size_t count) {
 
 CText newZeroedText(size_t count) {
   return CText(static_cast<char*>(std::calloc(count == 0 ? 1 : count, 1)));
+}
+
+uint64_t regularFileSize(std::FILE* file) {
+  struct stat status = {};
+  if (fstat(fileno(file), &status) != 0 || !S_ISREG(status.st_mode)) return 0;
+  return status.st_size < 0 ? 0 : static_cast<uint64_t>(status.st_size);
 }
 
 std::FILE* my_fopen(const char* path, const char* mode) {

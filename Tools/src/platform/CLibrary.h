@@ -28,12 +28,23 @@ using CText = CBlock<char[]>;
 CBytes newZeroedBytes(size_t count);
 CText newZeroedText(size_t count);
 
+/// The size of an open regular file; 0 for an empty one and for everything else.
+uint64_t regularFileSize(std::FILE* file);
+
 /// Plain fopen; null path or failure gives null.
 std::FILE* my_fopen(const char* path, const char* mode);
 /// The C library's access test and its result.
 int my_access(const char* path, int32_t mode);
 /// Formats to standard output: the echo of the settings and "done.". Always on.
 void my_printf(const char* format, ...) ZK_PRINTF_LIKE(1, 2);
+
+/// Hands a file's bytes on, piece by piece, until a read returns none. A regular file that has a
+/// size when the copy begins is read only that far: one that the copy itself makes grow would
+/// never end.
+/// @param piece, room  the buffer for one piece
+/// @param take         called with each piece's bytes and count
+template <class Take>
+void forEachPiece(std::FILE* file, uint8_t* piece, size_t room, Take take);
 
 /// GetFullPathMac() with its result reduced to 0 or -1.
 int32_t GetFullPath(const char* path, int32_t cap, char* out);
@@ -43,3 +54,16 @@ int32_t GetFullPath(const char* path, int32_t cap, char* out);
 void reportError(const char* message, int number, const char* file, int line);
 /// Prints "ERROR!: Can't open file "PATH"".
 void reportCannotOpen(const char* path);
+
+template <class Take>
+void forEachPiece(std::FILE* file, uint8_t* piece, size_t room, Take take) {
+  const uint64_t size = regularFileSize(file);
+  uint64_t left = size == 0 ? UINT64_MAX : size;
+  while (left > 0) {
+    const size_t wanted = left < room ? static_cast<size_t>(left) : room;
+    const size_t got = std::fread(piece, 1, wanted, file);
+    if (got == 0) return;
+    take(piece, got);
+    left -= got;
+  }
+}
