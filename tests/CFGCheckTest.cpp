@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstdlib>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -772,6 +773,24 @@ TEST_F(PageCheckTest, AnInheritedDepthNeedsNoItem) {
   EXPECT_EQ(r.code, -36);
   EXPECT_EQ(r.err, required("PixelDepthC"));
   EXPECT_EQ(read(kFirst + "[Image]\nImageFileK=\"k.tif\"\n").code, 0);
+}
+
+TEST(LastPage, IsFoundInARecordWhoseListsWereMadeByHand) {
+  parameter* record = static_cast<parameter*>(std::calloc(1, sizeof(parameter)));
+  ASSERT_NE(record, nullptr);
+  initCommonParameter(record);
+  imageParameter* first = addImageParameter(nullptr);
+  imageParameter* second = addImageParameter(first);
+  record->imageParameterList = first;
+  for (imageParameter* page : {first, second}) initImageParameter(page);
+  first->ColorSpace = 4;
+  first->NumOfPlanes = 1;
+  first->PixelDepthK = 1;
+  first->CompressionMode = 2;
+  checkImageSectionParameter(record, nullptr, 0);
+  EXPECT_EQ(second->Mode, 1002);
+  EXPECT_EQ(second->SameAsFirstImage, 1);
+  disposeParameter(record);
 }
 
 }  // namespace

@@ -128,6 +128,20 @@ std::string label(int mode) {
   return "mode " + std::to_string(mode);
 }
 
+// Blank rows -------------------------------------------------------------------------------------
+
+TEST_F(HXRasterBandTest, MoreBlankRowsThanANumberHoldsAreNoOverflow) {
+  for (const int mode : {1000, 1003, 3000}) {
+    SCOPED_TRACE(label(mode));
+    begin(mode == 3000 ? 3 : 1, 1);
+    mBlankLines = INT32_MAX;
+    Plane blank;
+    blank.rows = {Bytes(1, blankOf(mode))};
+    EXPECT_EQ(band(mode, std::vector<Plane>(mode == 3000 ? 3 : 1, blank)), "");
+    EXPECT_EQ(mBlankLines, INT32_MIN);
+  }
+}
+
 // Working memory ---------------------------------------------------------------------------------
 
 int64_t leastMemory(int planes, int64_t printableWidth, int bits) {

@@ -174,6 +174,24 @@ TEST_F(PacketsTest, TheLongestLineThatCanBeMadeFillsTheBuffer) {
   EXPECT_EQ(line.text(), "<a>" + std::string(16, 'v') + "</a>" + std::string(1000, ' '));
 }
 
+TEST_F(PacketsTest, AnOldValueThatIsNotInTheLineNeverWritesPastTheBuffer) {
+  // The old value is so long that the search for it finds the "<" alone.
+  const std::string before = std::string(500, 'a') + "<" + std::string(499, 'a');
+  Line line(before);
+  const std::string from(1023, 'z');
+  const std::string to(1023, 'w');
+  std::string err;
+  int code = 0;
+  {
+    Capture capture;
+    code = thrownBy([&] { strchgXmlValue(line.get(), from.c_str(), to.c_str()); });
+    err = capture.err();
+  }
+  EXPECT_EQ(code, -67);
+  EXPECT_EQ(err, "ERROR!: A value of too int32_t overriding \"" + to + "\".\n");
+  EXPECT_EQ(line.text(), before);
+}
+
 // Overriding --------------------------------------------------------------------------------------
 
 TEST_F(PacketsTest, AnElementIsMatchedByPrefixedTagOrNameAttribute) {
