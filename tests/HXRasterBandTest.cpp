@@ -130,14 +130,26 @@ std::string label(int mode) {
 
 // Blank rows -------------------------------------------------------------------------------------
 
+TEST_F(HXRasterBandTest, BlankRowsOfATrimmedModeSendNothingAndAreCounted) {
+  for (const int mode : kTrimmedModes) {
+    SCOPED_TRACE(label(mode));
+    begin(2, 1);
+    Plane blank;
+    blank.rows = {Bytes(3, blankOf(mode)), Bytes(3, blankOf(mode))};
+    EXPECT_EQ(band(mode, {blank, blank}), "");
+    EXPECT_EQ(mBlankLines, 2);
+  }
+}
+
 TEST_F(HXRasterBandTest, MoreBlankRowsThanANumberHoldsAreNoOverflow) {
   for (const int mode : {1000, 1003, 3000}) {
     SCOPED_TRACE(label(mode));
-    begin(mode == 3000 ? 3 : 1, 1);
+    const int planes = mode == 3000 ? 3 : 1;
+    begin(planes, 1);
     mBlankLines = INT32_MAX;
     Plane blank;
     blank.rows = {Bytes(1, blankOf(mode))};
-    EXPECT_EQ(band(mode, std::vector<Plane>(mode == 3000 ? 3 : 1, blank)), "");
+    EXPECT_EQ(band(mode, std::vector<Plane>(static_cast<size_t>(planes), blank)), "");
     EXPECT_EQ(mBlankLines, INT32_MIN);
   }
 }

@@ -332,10 +332,11 @@ TEST_F(PagePipelineTest, SevenHundredRowsMakeThreeBands) {
   for (uint32_t y = 0; y < 700; ++y) {
     // Every row differs from the one above, and its difference is longer than itself.
     const auto level = static_cast<uint8_t>(1 + y % 200);
-    if (y % 300 == 0)
+    if (y % 300 == 0) {
       want += y == 0 ? sent({"~*b0M"}) : "";
-    else
+    } else {
       want += sent({"~*b3M", "~*b0M"});
+    }
     want += sent({"~*b2W", Bytes{level, level}});
   }
   EXPECT_EQ(run(), want + sent({"~*rC"}));
@@ -395,10 +396,11 @@ TEST_F(PagePipelineTest, FifteenPlanesAreSentInTheirFixedOrderAndGreenStaysEmpty
     setImage(kInks[plane.key].file, {plain(1, 1, 8, plane.level)}, {'I', 0, 0, false});
     page->*kInks[plane.key].depth = 8;
     const bool last = plane.key == kInkCO2;
-    if (plane.key == kInkG)
+    if (plane.key == kInkG) {
       want += sent({"~*b0V"});
-    else
+    } else {
       want += sent({last ? "~*b1W" : "~*b1V", Bytes{plane.level}});
+    }
   }
   EXPECT_EQ(run(), want + sent({"~*rC"}));
 }

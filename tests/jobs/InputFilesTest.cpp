@@ -351,9 +351,10 @@ TEST_F(InputFilesTest, AJobThatEndsInATextLeavesItsFileAsItStands) {
   const Bytes stream =
       joined({kStart, "~$v10W", Bytes{3, 4, 5, 8, 6, 8, 7, 8, 8, 8}, "~*t600R", "~*r1A", "~*b0M"});
   std::string want = sent({"<SJ>start</SJ><SJC>job</SJC><SC>set</SC>"});
-  for (size_t at = 0; at + 16 <= stream.size(); at += 16)
+  for (size_t at = 0; at + 16 <= stream.size(); at += 16) {
     want += packet(std::string(stream.begin() + static_cast<long>(at),
                                stream.begin() + static_cast<long>(at + 16)));
+  }
   EXPECT_EQ(visible(folder.bytes("left.dat")), want);
 }
 

@@ -227,9 +227,10 @@ class ModesTest : public PageJob, public testing::WithParamInterface<Kind> {
       page.section = imageSection(kind.colorSpace, kind.planes, compression, settings,
                                   "ImageFileRGB=\"rgb.tif\"\n");
       halves = compression == 4 && kind.bits == 16;
-      for (const Separation& ink : inks)
+      for (const Separation& ink : inks) {
         page.rows.push_back(halves ? deepRgbRows(ink.samples, ink.depth)
                                    : rgbRows(ink.samples, ink.depth));
+      }
     }
     const uint8_t blank = kind.group == 2 || kind.group == 3 ? 0xFF : 0x00;
     page.shape = shapeOf(page.rows, blank, halves);

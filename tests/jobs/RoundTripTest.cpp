@@ -26,11 +26,12 @@ struct RandomPage {
 std::ostream& operator<<(std::ostream& out, const RandomPage& page) {
   out << "colour space " << page.colorSpace << ", " << page.planes << " planes, compression "
       << page.compression << ", split " << page.split;
-  for (const Separation& ink : page.inks)
+  for (const Separation& ink : page.inks) {
     out << "\n  " << ink.ink << ": " << ink.samples.width << " x " << ink.samples.height << ", "
         << ink.samples.bits << " bits into " << ink.depth << ", level '" << ink.indexLevel
         << "', order " << ink.form.order << ", photometric " << ink.form.photometric
         << ", rows per strip " << ink.form.rowsPerStrip << (ink.form.packed ? ", packed" : "");
+  }
   return out;
 }
 
@@ -95,10 +96,11 @@ Separation randomInk(const std::string& ink, const Layout& layout, uint32_t widt
   if (depth == 1 && *rc::gen::arbitrary<bool>()) bits = 1;
   Separation separation{ink, depth, randomSamples(width, height, bits), randomForm()};
   separation.indexLevel = oneOf<std::string>({"", "", "0", "2", "3", "4", "5", "6", "16"});
-  if (separation.indexLevel.empty())
+  if (separation.indexLevel.empty()) {
     separation.levels = layout.colorSpace == std::string("4") ? kLevelsAll : kLevelsByDepth;
-  else if (separation.indexLevel != "0")
+  } else if (separation.indexLevel != "0") {
     separation.levels = std::stoi(separation.indexLevel);
+  }
   const bool untouched = layout.colorSpace == std::string("2") && ink == "K" &&
                          (depth == 8 || depth == 10 || depth == 12);
   if (untouched) separation.levels = kLevelsRaw;
@@ -113,9 +115,10 @@ RandomPage randomPage() {
   const uint32_t width = randomWidth();
   // Planes may differ in size.
   const bool same = *rc::gen::arbitrary<bool>();
-  for (const char* ink : layout.inks)
+  for (const char* ink : layout.inks) {
     page.inks.push_back(randomInk(ink, layout, same ? width : randomWidth(),
                                   same ? height : *rc::gen::inRange<uint32_t>(0, height + 1)));
+  }
   return page;
 }
 

@@ -137,16 +137,17 @@ std::vector<Bytes> inkRows(const Samples& samples, uint32_t photometric, int dep
     for (uint32_t x = 0; x < samples.width; ++x) {
       const unsigned sample = samples.at(x, y);
       const unsigned ink = inverts ? largestSample - sample : sample;
-      if (samples.bits == 1)
+      if (samples.bits == 1) {
         row.put(ink, 1);
-      else if (samples.bits == 16)
+      } else if (samples.bits == 16) {
         row.put(ink >> (16 - width), width);
-      else if (depth == 1)
+      } else if (depth == 1) {
         row.put(dotOf(sample, raw || inkGrows) ? 1 : 0, 1);
-      else if (depth == 8)
+      } else if (depth == 8) {
         row.put(ink, 8);
-      else
+      } else {
         row.put(levelOf(ink, depth, levels) & largest(width), width);
+      }
     }
     row.fillUp(raw && samples.bits == 16 && !inkGrows ? 1 : 0);
     rows.push_back(row.bytes());

@@ -26,10 +26,11 @@ class Environment {
     setenv(name, value.c_str(), 1);
   }
   ~Environment() {
-    if (before_)
+    if (before_) {
       setenv(name_, before_->c_str(), 1);
-    else
+    } else {
       unsetenv(name_);
+    }
   }
   Environment(const Environment&) = delete;
   Environment& operator=(const Environment&) = delete;
@@ -221,9 +222,10 @@ JobRun PageJob::run(const JobSettings& settings, const std::string& sections) {
                                        {"SetConfiguration", "sc"},
                                        {"SendData", "sd"},
                                        {"EndJob", "ej"}};
-  for (const auto& names : kTemplates)
+  for (const auto& names : kTemplates) {
     text +=
         std::string(names[0]) + "XmlFile=\"" + folder.path(std::string(names[1]) + ".xml") + "\"\n";
+  }
   text += "[HXRaster]\nGraphicsResolutionH=" + std::to_string(settings.resolutionH) +
           "\nGraphicsResolutionV=" + std::to_string(settings.resolutionV) + "\n";
   if (settings.printableWidth)
@@ -273,13 +275,15 @@ std::string firstDifference(const std::vector<std::vector<Bytes>>& got,
     return std::to_string(got.size()) + " planes instead of " + std::to_string(want.size());
   for (size_t plane = 0; plane < want.size(); ++plane) {
     const std::string where = "plane " + std::to_string(plane + 1);
-    if (got[plane].size() != want[plane].size())
+    if (got[plane].size() != want[plane].size()) {
       return where + ": " + std::to_string(got[plane].size()) + " rows instead of " +
              std::to_string(want[plane].size());
+    }
     for (size_t row = 0; row < want[plane].size(); ++row) {
-      if (got[plane][row] != want[plane][row])
+      if (got[plane][row] != want[plane][row]) {
         return where + ", row " + std::to_string(row) + ": " + hexOfRow(got[plane][row]) +
                " instead of " + hexOfRow(want[plane][row]);
+      }
     }
   }
   return "";

@@ -268,8 +268,9 @@ DecodedStream decodeStream(const Bytes& stream, const std::vector<PageShape>& sh
     decoded.pages.push_back(decodePage(in, shapes[decoded.pages.size()]));
   }
   if (!in.atEnd()) in.refuse("bytes behind the job's end");
-  if (decoded.pages.size() != shapes.size())
+  if (decoded.pages.size() != shapes.size()) {
     throw std::runtime_error(std::to_string(decoded.pages.size()) + " pages instead of " +
                              std::to_string(shapes.size()));
+  }
   return decoded;
 }
