@@ -273,10 +273,11 @@ TEST_F(HXRasterBandTest, RowsWiderThanThePrintableWidthAreEncodedWhole) {
         begin(3, printable, startOf(mode));
         const Bytes got = bandBytes(mode, planes);
         // Without a printable width every row of group 3 passes for white.
-        if (mode / 1000 == 3 && printable <= 0)
+        if (mode / 1000 == 3 && printable <= 0) {
           EXPECT_TRUE(got.empty());
-        else
+        } else {
           EXPECT_GT(got.size(), 9 * stored / 4);
+        }
       }
     }
   }

@@ -48,15 +48,6 @@ Bytes image(const std::vector<uint32_t>& bits, const Bytes& row) {
   return tiffFile(page);
 }
 
-// What a call writes to standard error. Nothing may be asserted inside: the words of a failed
-// assertion would be caught too.
-template <class Call>
-std::string errorsOf(Call&& call) {
-  Capture capture;
-  call();
-  return capture.err();
-}
-
 TEST(ZKBitmapFile, TheExtensionDecidesWhatIsOpened) {
   struct Case {
     const char* name;

@@ -15,15 +15,6 @@
 
 namespace {
 
-// What a call writes to standard error. Nothing may be asserted inside: the words of a failed
-// assertion would be caught too.
-template <class Call>
-std::string errorsOf(Call&& call) {
-  Capture capture;
-  call();
-  return capture.err();
-}
-
 // Works in a fresh folder, and leaves no stream behind for the next test.
 class ZKFileTest : public testing::Test {
  protected:

@@ -30,15 +30,6 @@ using World = CBlock<ZKGWorld>;
 
 constexpr const char* kUnsupportedDepth = "ZKTiff_ReadNextRasterBlock: unsupported bit depth.\n";
 
-// What a call writes to standard error. Nothing may be asserted inside: the words of a failed
-// assertion would be caught too.
-template <class Call>
-std::string errorsOf(Call&& call) {
-  Capture capture;
-  call();
-  return capture.err();
-}
-
 World newWorld(long width, long height, int depth, int deep = 0) {
   ZKGWorld* world = nullptr;
   const ZKRect box = {0, 0, height, width};

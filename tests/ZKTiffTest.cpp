@@ -32,15 +32,6 @@ class ZKTiffTest : public testing::Test {
   TempFolder folder;
 };
 
-// What a call writes to standard error. Nothing may be asserted inside: the words of a failed
-// assertion would be caught too.
-template <class Call>
-std::string errorsOf(Call&& call) {
-  Capture capture;
-  call();
-  return capture.err();
-}
-
 void expectRefused(const Reader& reader) {
   ASSERT_NE(reader, nullptr);
   EXPECT_FALSE(reader->file.isOpen());

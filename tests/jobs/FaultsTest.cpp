@@ -12,41 +12,21 @@
 #include "Capture.h"
 #include "Faults.h"
 #include "TempFolder.h"
+#include "TiffWriter.h"
 
 namespace {
 
-// A little-endian TIFF file of one strip, BlackIsZero.
-Bytes tiff(uint32_t width, uint32_t height, uint16_t samples, uint16_t bits) {
-  Bytes file;
-  const auto word = [&file](uint32_t value) {
-    file.push_back(static_cast<uint8_t>(value));
-    file.push_back(static_cast<uint8_t>(value >> 8));
-  };
-  const auto entry = [&word](uint32_t tag, uint32_t type, uint32_t count, uint32_t value) {
-    for (const uint32_t field : {tag, type}) word(field);
-    for (const uint32_t field : {count, value}) {
-      word(field & 0xFFFF);
-      word(field >> 16);
-    }
-  };
-  constexpr uint32_t kShort = 3, kLong = 4, kEntries = 7;
-  constexpr uint32_t kBitsAt = 8 + 2 + kEntries * 12 + 4;
-  const uint32_t dataAt = kBitsAt + 8;
-  file = {'I', 'I', 0x2A, 0, 8, 0, 0, 0};
-  word(kEntries);
-  entry(256, kLong, 1, width);
-  entry(257, kLong, 1, height);
-  entry(258, kShort, samples, samples > 2 ? kBitsAt : bits);
-  entry(259, kShort, 1, 1);
-  entry(262, kShort, 1, 1);
-  entry(273, kLong, 1, dataAt);
-  entry(278, kLong, 1, height);
-  word(0);
-  word(0);
-  for (int i = 0; i < 4; ++i) word(bits);
-  const size_t dataBytes = size_t{width} * height * samples * bits / 8;
-  for (size_t i = 0; i < dataBytes; ++i) file.push_back(static_cast<uint8_t>(i * 37 + i / 50));
-  return file;
+// An image with rows that differ, so that every coder has something to do.
+Bytes tiffImage(uint32_t width, uint32_t height, const std::vector<uint32_t>& bits) {
+  TiffPage page;
+  page.width = width;
+  page.height = height;
+  page.bits = bits;
+  page.photometric = 1;
+  Bytes data(size_t{width} * height * bits.size() * bits[0] / 8);
+  for (size_t i = 0; i < data.size(); ++i) data[i] = static_cast<uint8_t>(i * 37 + i / 50);
+  page.strips = {data};
+  return tiffFile(page);
 }
 
 // A job that allocates in every way that its page can: overrides, tables, all packets.
@@ -54,9 +34,9 @@ class FaultJob {
  public:
   FaultJob(const std::string& image, const std::string& global) {
     setenv("TMPDIR", folder_.path().c_str(), 1);
-    folder_.write("8.tif", tiff(20, 5, 1, 8));
-    folder_.write("rgb48.tif", tiff(20, 5, 3, 16));
-    folder_.write("cmyk.tif", tiff(20, 5, 4, 8));
+    folder_.write("8.tif", tiffImage(20, 5, {8}));
+    folder_.write("rgb48.tif", tiffImage(20, 5, {16, 16, 16}));
+    folder_.write("cmyk.tif", tiffImage(20, 5, {8, 8, 8, 8}));
     folder_.write("table.bin", "TABLE");
     std::string templates;
     const std::pair<const char*, const char*> kTemplates[] = {

@@ -31,3 +31,12 @@ class Capture {
   Stream out_;
   Stream err_;
 };
+
+/// What a call writes to standard error. Asserting is for afterwards: what an assertion says while
+/// the streams are captured goes into the capture.
+template <class Call>
+std::string errorsOf(Call&& call) {
+  Capture capture;
+  call();
+  return capture.err();
+}

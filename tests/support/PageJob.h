@@ -45,15 +45,6 @@ class BareStream {
   size_t taken_ = 0;
 };
 
-/// What a call writes to the error stream. Nothing is checked while it runs, so that a failing
-/// check is always seen.
-template <class Call>
-std::string errorsOf(Call&& call) {
-  Capture capture;
-  call();
-  return capture.err();
-}
-
 /// The settings of a job that are not a page's.
 struct JobSettings {
   std::string split = "0";                           // SplitDataSize; empty: not set
