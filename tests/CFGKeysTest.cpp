@@ -618,7 +618,7 @@ class SectionTest : public testing::Test {
   }
   imageParameter& page() { return *getLastImageParameter(record->imageParameterList); }
 
-  std::unique_ptr<parameter, DisposeRecord> record;
+  ParameterOwner record;
 };
 
 std::string unknown(const std::string& key, const std::string& value) {

@@ -220,7 +220,7 @@ class RecordTest : public testing::Test {
     return c;
   }
 
-  std::unique_ptr<parameter, DisposeRecord> record;
+  ParameterOwner record;
 };
 
 TEST_F(RecordTest, RelativePathsBeginAtTheConfigurationsFolder) {
@@ -414,7 +414,7 @@ TEST(PathsInAFile, TheDefaultOutputFileIsConvertedAndCompletedToo) {
   Capture capture;
   ASSERT_EQ(thrownBy([&] { parseParameter(configuration.c_str(), record, keys, values, &flag); }),
             0);
-  const std::unique_ptr<parameter, DisposeRecord> owner(record);
+  const ParameterOwner owner(record);
   EXPECT_STREQ(record->OutFilePath, "/a/x/job.dat");
   EXPECT_EQ(capture.err(), shown("../x:job.dat", "../x/job.dat"));
 }

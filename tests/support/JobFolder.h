@@ -21,16 +21,12 @@ struct JobResult {
   std::string err;        // standard error
 };
 
-struct DisposeRecord {
-  void operator()(parameter* record) const { disposeParameter(record); }
-};
-
 /// What reading a configuration gave. Where the folder's path was printed, the texts have "@".
 struct ReadResult {
   int code = 0;
   std::string out;
   std::string err;
-  std::unique_ptr<parameter, DisposeRecord> record;  // null after a failure
+  ParameterOwner record;  // null after a failure
   std::vector<std::pair<std::string, std::string>> overrides;
   int32_t hasVendorCmdXmlFile = 0;
 

@@ -144,26 +144,6 @@ class ItemList {
   CFGFileItem* last_ = nullptr;
 };
 
-// Frees the record when the parse fails: its caller must not use it any more then.
-class RecordGuard {
- public:
-  explicit RecordGuard(parameter* record) : record_(record) {}
-  ~RecordGuard() { disposeParameter(record_); }
-  RecordGuard(const RecordGuard&) = delete;
-  RecordGuard& operator=(const RecordGuard&) = delete;
-  void release() { record_ = nullptr; }
-
- private:
-  parameter* record_;
-};
-
-CText copyOf(const char* text) {
-  const size_t room = std::strlen(text) + 1;
-  CText copy = newZeroedText(room);
-  if (copy != nullptr) zk_strcpy(copy.get(), room, text);
-  return copy;
-}
-
 // The parse of one file.
 class Parse {
  public:
@@ -285,9 +265,9 @@ CFGFileItem* Parse::appendItem(bool isHeader) {
   if (item != nullptr) {
     item->lineNumber = lineNo_;
     item->isHeader = isHeader;
-    item->line = copyOf(line_);
-    item->key = copyOf(key_);
-    item->value = copyOf(value_);
+    item->line = newTextCopy(line_);
+    item->key = newTextCopy(key_);
+    item->value = newTextCopy(value_);
   }
   if (item == nullptr || item->line == nullptr || item->key == nullptr || item->value == nullptr) {
     reportError("theWorkingCFGFileP: memory error", errno, kSourceName, kItemMemoryLine);
@@ -378,7 +358,7 @@ void parseParameter(const char* cfgPath, parameter* record, char** overrideKeys,
   sIsCStyleComment = false;
   sIsNewImageSection = false;
   initCommonParameter(record);
-  RecordGuard guard(record);
+  ParameterOwner owner(record);  // frees the record when the parse fails
 
   const CFile file(my_fopen(cfgPath, "r"));
   if (file == nullptr) {
@@ -390,7 +370,7 @@ void parseParameter(const char* cfgPath, parameter* record, char** overrideKeys,
   Parse parse(record, overrideKeys, overrideValues, hasVendorCmdXmlFile);
   parse.readFile(file.get());
   parse.finish();
-  guard.release();
+  static_cast<void>(owner.release());
 }
 
 int parseKeyValue(const char* line, int lineNo, char* key, char* value) {

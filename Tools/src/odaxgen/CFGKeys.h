@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 
 #include "CFGRecords.h"
 
@@ -77,6 +78,11 @@ imageProcessingFile* addImageProcessingFile(imageProcessingFile* last);
 imageProcessingFile* getLastImageProcessingFile(imageProcessingFile* list);
 /// Frees both lists and the record; null is ignored.
 void disposeParameter(parameter* record);
+
+struct ParameterDispose {
+  void operator()(parameter* record) const noexcept { disposeParameter(record); }
+};
+using ParameterOwner = std::unique_ptr<parameter, ParameterDispose>;
 
 /// Prints "INVALID VALUE OF ITEM!: line N." and the line, and throws `code`.
 [[noreturn]] void failInvalidValue(int lineNumber, const char* line, int code);

@@ -353,12 +353,10 @@ int HXRaster_SetImageProcessingFile(int slot, const char* path) {
   }
   CText& kept = mImageProcessingDataPath[static_cast<size_t>(slot)];
   kept.reset();
-  const size_t room = std::strlen(path) + 1;
-  kept = newZeroedText(room);
+  kept = newTextCopy(path);
   if (kept == nullptr) {
     return reportTableFile("HXRaster_SetImageProcessingFile: memory error", errno, __LINE__);
   }
-  zk_strcpy(kept.get(), room, path);
   return 0;
 }
 
@@ -387,7 +385,7 @@ int HXRaster_SendTableFile(const char* path) {
     errno = ENOMEM;
   }
   if (table == nullptr) {
-    static_cast<void>(file.release());  // the file is left open, as it always was
+    static_cast<void>(file.release());  // left open, on purpose
     return reportTableFile("HXRaster_SendTableFile memory error", errno, __LINE__);
   }
   // An unreadable file sends nothing and is no failure, on purpose. An empty one sends its size.

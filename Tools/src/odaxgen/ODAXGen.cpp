@@ -18,12 +18,6 @@ constexpr int kErrorReopenOutput = -47;
 constexpr int kErrorRemoveTemp = -48;
 constexpr int kErrorOpenOutput = -49;
 
-class RecordFree {
- public:
-  void operator()(parameter* record) const noexcept { disposeParameter(record); }
-};
-using RecordOwner = std::unique_ptr<parameter, RecordFree>;
-
 // The override pairs between the configuration reader, which makes the strings, and the packet
 // writer, which copies them.
 struct OverrideLists {
@@ -172,7 +166,7 @@ int makeODAXData(const char* configurationPath) {
   // purpose: the next job makes it anew either way.
   processODAX(parsed);
 
-  const RecordOwner record(parsed);
+  const ParameterOwner record(parsed);
   try {
     runJob(record.get(), &overrides, hasVendorCmd);
   } catch (int) {

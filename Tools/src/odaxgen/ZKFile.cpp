@@ -39,10 +39,7 @@ int writeBytes(uint32_t value, unsigned bytes, int littleEndian) {
 void ZKFile_NewWithName(const char* path) {
   mStream.reset();
   if (path == nullptr || path[0] == '\0') path = "ODAX.dat";
-  const size_t room = std::strlen(path) + 1;
-  mFilePath = newZeroedText(room);
-  if (mFilePath == nullptr) return;
-  zk_strcpy(mFilePath.get(), room, path);
+  mFilePath = newTextCopy(path);
 }
 
 void ZKFile_New() {

@@ -273,14 +273,10 @@ void seekToFirstStrip(ImageReader* reader) {
 ImageReader* newRecord(const char* path) {
   auto* reader = new (std::nothrow) ImageReader;
   if (reader == nullptr) return nullptr;
-  const size_t room = std::strlen(path) + 1;
-  reader->fileName = newZeroedText(room);
-  if (reader->fileName == nullptr) {
-    delete reader;
-    return nullptr;
-  }
-  zk_strcpy(reader->fileName.get(), room, path);
-  return reader;
+  reader->fileName = newTextCopy(path);
+  if (reader->fileName != nullptr) return reader;
+  delete reader;
+  return nullptr;
 }
 
 }  // namespace

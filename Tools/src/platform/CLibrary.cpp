@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <cstdarg>
+#include <cstring>
 
 #include "Mac_Depend.h"
 
@@ -13,6 +14,13 @@ CBytes newZeroedBytes(size_t count) {
 
 CText newZeroedText(size_t count) {
   return CText(static_cast<char*>(std::calloc(count == 0 ? 1 : count, 1)));
+}
+
+CText newTextCopy(const char* text) {
+  const size_t room = std::strlen(text) + 1;
+  CText copy = newZeroedText(room);
+  if (copy != nullptr) zk_strcpy(copy.get(), room, text);
+  return copy;
 }
 
 uint64_t regularFileSize(std::FILE* file) {

@@ -27,6 +27,8 @@ using CText = CBlock<char[]>;
 /// bytes that no input filled must never reach an output. A request for 0 bytes gets a block.
 CBytes newZeroedBytes(size_t count);
 CText newZeroedText(size_t count);
+/// A copy of a string, or null when there is no memory.
+CText newTextCopy(const char* text);
 
 /// The size of an open regular file; 0 for an empty one and for everything else.
 uint64_t regularFileSize(std::FILE* file);
