@@ -10,7 +10,7 @@
 #include <stdexcept>
 #include <string>
 
-#include "RowDecoders.h"
+#include "DecodedRows.h"
 #include "TempFolder.h"
 
 namespace {

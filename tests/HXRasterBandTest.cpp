@@ -750,7 +750,7 @@ TEST_F(HXRasterBandTest, HxrcRowsAreWholeAndRebuiltFromTheRowAbove) {
     begin(3, 50, 4);
     const Bytes got = bandBytes(mode, planes);
     const Bytes page =
-        joined({"~%-12345X~%0A~E", "~*t600R", "~*r1A", "~*b4M", got, "~*rC", "~%-12345X"});
+        joined({"~%-12345X~%0A~E", "~*t600R", "~*r1A", "~*b4M", got, "~*rC", "~$E~%-12345X"});
     const PageShape shape = {{50, 50, 50}, 20, blankOf(mode)};
     const DecodedStream decoded = decodeStream(page, {shape});
     EXPECT_EQ(decoded.pages[0].methodChanges, 0);

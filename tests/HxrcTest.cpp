@@ -7,7 +7,7 @@
 #include <stdexcept>
 #include <string>
 
-#include "RowDecoders.h"
+#include "DecodedRows.h"
 #include "TempFolder.h"
 #include "hxrc.h"
 

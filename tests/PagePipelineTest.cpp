@@ -514,7 +514,7 @@ TEST_F(PagePipelineTest, TenAndTwelveBitsAreDeepOnlyWithHxrc) {
       std::vector<std::vector<Bytes>> want;
       for (const Samples& channel : image)
         want.push_back(compression == 4 ? deepRgbRows(channel, depth) : rgbRows(channel, depth));
-      const Bytes whole = joined({"~%-12345X~%0A~E", stream.takeBytes(), "~%-12345X"});
+      const Bytes whole = joined({"~%-12345X~%0A~E", stream.takeBytes(), "~$E~%-12345X"});
       const DecodedStream decoded = decodeStream(whole, {shapeOf(want, 0xFF, compression == 4)});
       EXPECT_EQ(firstDifference(decoded.pages[0].rows, want), "");
     }

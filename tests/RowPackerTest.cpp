@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "Capture.h"
-#include "RowDecoders.h"
+#include "DecodedRows.h"
 #include "TempFolder.h"
 
 namespace {

@@ -1,5 +1,6 @@
 // Properties of whole jobs over random pages: what a receiver rebuilds of the stream is what the
-// reduction of the images' samples gives, whatever the mode, the depths and the images' form.
+// reduction of the images' samples gives, whatever the mode, the depths and the images' form; and
+// `verify`, which works that out from the configuration and the files, finds the same.
 #include <gtest/gtest.h>
 #include <rapidcheck/gtest.h>
 
@@ -124,12 +125,13 @@ RandomPage randomPage() {
 
 class RoundTripTest : public PageJob {
  protected:
-  /// Why a job's stream is not the wanted page; empty when it is.
+  /// Why a job's file is not the wanted page; empty when it is.
   std::string difference(const JobSettings& settings, const std::string& section,
                          const std::vector<std::vector<Bytes>>& want, const PageShape& shape) {
     const JobRun job = run(settings, section);
     if (job.code != 0) return "code " + std::to_string(job.code) + ": " + job.err;
     if (!job.problem.empty()) return job.problem;
+    if (const std::string found = verified(); !found.empty()) return found;
     try {
       return firstDifference(decodeStream(job.raster, {shape}).pages[0].rows, want);
     } catch (const std::runtime_error& error) {
@@ -205,7 +207,7 @@ RC_GTEST_FIXTURE_PROP(RoundTripTest, CmykImagesComeBackAsTheirLevels, ()) {
 TEST(StreamDecoderTest, RefusesWhatAPrinterCouldNotFollow) {
   const PageShape shape = {{2, 2}, 3, 0x00, false};
   const auto page = [](const Bytes& rows) {
-    return joined({"~%-12345X~%0A~E", "~*t600R", "~*r1A", "~*b0M", rows, "~*rC", "~%-12345X"});
+    return joined({"~%-12345X~%0A~E", "~*t600R", "~*r1A", "~*b0M", rows, "~*rC", "~$E~%-12345X"});
   };
   const Bytes row = joined({"~*b2V", Bytes{1, 2}, "~*b2W", Bytes{3, 4}});
   const DecodedStream good = decodeStream(page(joined({row, "~*b1Y", row})), {shape});
@@ -220,9 +222,9 @@ TEST(StreamDecoderTest, RefusesWhatAPrinterCouldNotFollow) {
       {"nothing", {}},
       {"no end", joined({"~%-12345X~%0A~E"})},
       {"bytes behind the end", joined({page(row), "x"})},
-      {"a missing page", joined({"~%-12345X~%0A~E", "~%-12345X"})},
+      {"a missing page", joined({"~%-12345X~%0A~E", "~$E~%-12345X"})},
       {"an additional page",
-       joined({"~%-12345X~%0A~E", "~*t6R~*r1A~*b0M~*rC", "~*t6R~*r1A~*b0M~*rC", "~%-12345X"})},
+       joined({"~%-12345X~%0A~E", "~*t6R~*r1A~*b0M~*rC", "~*t6R~*r1A~*b0M~*rC", "~$E~%-12345X"})},
       {"one plane too few", page(joined({"~*b2W", Bytes{1, 2}}))},
       {"one plane too many", page(joined({"~*b1V", Bytes{1}, "~*b1V", Bytes{1}}))},
       {"half a row at the end", page(joined({"~*b1V", Bytes{1}}))},
@@ -231,7 +233,6 @@ TEST(StreamDecoderTest, RefusesWhatAPrinterCouldNotFollow) {
       {"rows behind the end", page(joined({row, row, row, row}))},
       {"an offset behind the end", page(joined({row, "~*b3Y", row}))},
       {"an offset upwards", page(joined({"~*b-1Y"}))},
-      {"a negative length", page(joined({"~*b-5V", "~*b0W"}))},
       {"an unknown compression", page(joined({"~*b1M", row}))},
       {"a difference in the first row", page(joined({"~*b3M", "~*b0V", "~*b0W"}))},
       {"a difference behind an offset", page(joined({row, "~*b1Y", "~*b3M", "~*b0V", "~*b0W"}))},

@@ -5,6 +5,7 @@
 #include <fstream>
 #include <stdexcept>
 
+#include "JobVerifier.h"
 #include "ODAXOutLib.h"
 #include "ZKFile.h"
 #include "odaxgen/ODAXGen.h"
@@ -255,12 +256,22 @@ JobRun PageJob::run(const JobSettings& settings, const std::string& sections) {
   return run;
 }
 
+std::string PageJob::verified() const {
+  const jobverify::Verdict verdict =
+      verifyJob(jobverify::readRequest(folder.path("job.cfg")), folder.path("out.dat"));
+  std::string text;
+  for (const std::string& difference : verdict.differences) text += difference + "\n";
+  for (const std::string& reason : verdict.notCompared) text += "not compared: " + reason + "\n";
+  return text;
+}
+
 DecodedStream PageJob::pages(const JobSettings& settings, const std::string& sections,
                              const std::vector<PageShape>& shapes) {
   const JobRun job = run(settings, sections);
   EXPECT_EQ(job.code, 0) << job.err;
   EXPECT_EQ(job.problem, "");
   EXPECT_EQ(job.err, "");
+  EXPECT_EQ(verified(), "");
   try {
     return decodeStream(job.raster, shapes);
   } catch (const std::runtime_error& error) {

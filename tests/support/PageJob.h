@@ -107,7 +107,9 @@ class PageJob : public testing::Test {
 
   /// Runs one job over "[Image]" sections.
   JobRun run(const JobSettings& settings, const std::string& sections);
-  /// Runs it and decodes its stream; a failure of either fails the test.
+  /// What `verify` finds wrong with the last job's file; empty when it calls it identical.
+  [[nodiscard]] std::string verified() const;
+  /// Runs it, verifies its file and decodes its stream; a failure of either fails the test.
   DecodedStream pages(const JobSettings& settings, const std::string& sections,
                       const std::vector<PageShape>& shapes);
   /// Writes the files of a page of separations and gives its [Image] section.

@@ -1,5 +1,5 @@
-// StreamDecoder - the receiving side of a raster stream: follows the commands as a printer does and
-// rebuilds every row of every plane. Shares no code with the library.
+// StreamDecoder - a raster stream as the planes of its pages, rebuilt by the job reader, which
+// follows the commands as a printer does and shares no code with the library.
 #pragma once
 
 #include <cstddef>

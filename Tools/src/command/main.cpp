@@ -1,85 +1,69 @@
-// odaxgen - the command: runs one job through the library.
+// odaxgen - the command: makes job files, and reads them back.
 
-#include <odaxgen/ODAXGen.h>
-#include <unistd.h>
-
+#include <CLI/CLI.hpp>
 #include <cstdio>
-#include <exception>
-#include <filesystem>
+#include <iostream>
 #include <string>
-#include <string_view>
-#include <system_error>
+
+#include "Report.h"
+#include "Subcommands.h"
 
 namespace {
 
-constexpr int kExitDone = 0;
-constexpr int kExitFailed = 1;
-constexpr int kExitUsage = 2;
-
-constexpr const char* kHelp =
-    "Usage: odaxgen CONFIG\n"
-    "Turns the job description CONFIG into a printer job file.\n"
-    "\n"
-    "  -h, --help     show this help\n"
-    "      --version  show the version\n"
-    "      --         what follows is a file name, also when it begins with '-'\n"
+constexpr const char* kFooter =
     "\n"
     "Examples:\n"
-    "  odaxgen poster.cfg          writes the file that OutFilePath names\n"
-    "  odaxgen -- -draft.cfg\n"
+    "  odaxgen poster.cfg                  writes the file that OutFilePath names\n"
+    "  odaxgen verify poster.cfg           proves that this file is right\n"
+    "  odaxgen inspect poster.odx          says what is in it\n"
+    "  odaxgen render poster.odx -o out    draws its pages\n"
+    "  odaxgen -- -draft.cfg               a name that begins with '-'\n"
     "\n"
-    "Exit codes: 0 done, 1 the job failed, 2 wrong usage.\n";
+    "Exit codes: 0 done; 1 the job failed, the file is damaged or differs; 2 wrong usage.\n";
 
-int failUsage(const char* what, std::string_view argument) {
-  std::fprintf(stderr, "odaxgen: %s%.*s\ntry 'odaxgen --help'\n", what,
-               static_cast<int>(argument.size()), argument.data());
-  return kExitUsage;
+void declare(CLI::App& app, std::string& config, int& exitCode) {
+  app.name("odaxgen");
+  app.description(
+      "Turns a plain-text job description into a printer job file, and reads job files "
+      "back.");
+  app.footer(kFooter);
+  app.set_version_flag("--version", "odaxgen " ODAXGEN_VERSION);
+  app.add_option("CONFIG", config, "the job to run");
+  app.get_formatter()->label("REQUIRED", "");
+  app.get_formatter()->label("TEXT", "");
+  app.require_subcommand(0, 1);
+  command::addInspect(app, exitCode);
+  command::addVerify(app, exitCode);
+  command::addRender(app, exitCode);
 }
 
-// The library completes relative paths with its application's folder; a command is expected to
-// start from the current one.
-std::string absolutePath(const std::string& path) {
-  if (path.empty() || path.front() == '/') return path;
-  std::error_code error;
-  const std::filesystem::path folder = std::filesystem::current_path(error);
-  return error ? path : (folder / path).string();
+int failUsage(const CLI::App& app, const std::string& what) {
+  command::complain(what);
+  std::string help = "odaxgen";
+  for (const CLI::App* chosen : app.get_subcommands()) help += " " + chosen->get_name();
+  std::fprintf(stderr, "try '%s --help'\n", help.c_str());
+  return command::kExitUsage;
 }
 
-int runJob(const std::string& config) {
+int run(int argc, char** argv) {
+  CLI::App app;
+  std::string config;
+  int exitCode = command::kExitDone;
   try {
-    makeODAXData(absolutePath(config).c_str());
-    return kExitDone;
-  } catch (int code) {
-    std::fprintf(stderr, "odaxgen: job failed with code %d\n", code);
-  } catch (const char* text) {
-    std::fprintf(stderr, "odaxgen: job failed: %s\n", text);
-  } catch (const std::exception& error) {
-    std::fprintf(stderr, "odaxgen: job failed: %s\n", error.what());
+    declare(app, config, exitCode);
+    app.parse(argc, argv);
+  } catch (const CLI::Success& asked) {  // help or version
+    return app.exit(asked);
+  } catch (const CLI::ParseError& error) {
+    return failUsage(app, error.what());
   }
-  return kExitFailed;
+  if (!app.get_subcommands().empty()) return exitCode;
+  if (app.count("CONFIG") == 0) return failUsage(app, "missing CONFIG");
+  return command::runJob(config);
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  int first = 1;
-  if (first < argc) {
-    const std::string_view argument = argv[first];
-    if (argument == "-h" || argument == "--help") {
-      std::fputs(kHelp, stdout);
-      return kExitDone;
-    }
-    if (argument == "--version") {
-      std::puts("odaxgen " ODAXGEN_VERSION);
-      return kExitDone;
-    }
-    if (argument == "--") {
-      ++first;
-    } else if (argument.size() > 1 && argument.front() == '-') {
-      return failUsage("unknown option ", argument);
-    }
-  }
-  if (first >= argc) return failUsage("missing CONFIG", "");
-  if (first + 1 < argc) return failUsage("unexpected argument ", argv[first + 1]);
-  return runJob(argv[first]);
+  return command::guarded([&] { return run(argc, argv); });
 }

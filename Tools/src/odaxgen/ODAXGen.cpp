@@ -18,26 +18,6 @@ constexpr int kErrorReopenOutput = -47;
 constexpr int kErrorRemoveTemp = -48;
 constexpr int kErrorOpenOutput = -49;
 
-// The override pairs between the configuration reader, which makes the strings, and the packet
-// writer, which copies them.
-struct OverrideLists {
-  char* keys[kMaxOverrides] = {};
-  char* values[kMaxOverrides] = {};
-
-  OverrideLists() = default;
-  OverrideLists(const OverrideLists&) = delete;
-  OverrideLists& operator=(const OverrideLists&) = delete;
-  ~OverrideLists() { release(); }
-
-  void release() {
-    for (size_t i = 0; i < kMaxOverrides; ++i) {
-      std::free(keys[i]);
-      std::free(values[i]);
-      keys[i] = values[i] = nullptr;
-    }
-  }
-};
-
 void cutAtLast(char* text, char separator, const char* otherwise) {
   char* at = std::strrchr(text, separator);
   if (at != nullptr) {
@@ -151,14 +131,28 @@ void runJob(parameter* record, OverrideLists* overrides, int32_t hasVendorCmd) {
 
 }  // namespace
 
-int makeODAXData(const char* configurationPath) {
+void OverrideLists::release() {
+  for (size_t i = 0; i < kMaxOverrides; ++i) {
+    std::free(keys[i]);
+    std::free(values[i]);
+    keys[i] = values[i] = nullptr;
+  }
+}
+
+parameter* readConfiguration(const char* path, OverrideLists* overrides, int32_t* hasVendorCmd) {
   char fullPath[kPathBytes] = {};
-  resolveConfigurationPath(configurationPath, fullPath);
+  resolveConfigurationPath(path, fullPath);
   rememberDefaultOutput(fullPath);
+  *hasVendorCmd = 0;
+  parameter* record = newRecord(fullPath);
+  parseParameter(fullPath, record, overrides->keys, overrides->values, hasVendorCmd);
+  return record;
+}
+
+int makeODAXData(const char* configurationPath) {
   OverrideLists overrides;
   int32_t hasVendorCmd = 0;
-  parameter* parsed = newRecord(fullPath);
-  parseParameter(fullPath, parsed, overrides.keys, overrides.values, &hasVendorCmd);
+  parameter* parsed = readConfiguration(configurationPath, &overrides, &hasVendorCmd);
   if (parsed->SplitDataSize != kNotSet) {
     ODAX_SetSplitDataSize(static_cast<uint32_t>(parsed->SplitDataSize));
   }

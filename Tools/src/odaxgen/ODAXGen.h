@@ -10,6 +10,25 @@
 #include "PagePipeline.h"
 #include "PageSetup.h"
 
+/// The override pairs between the configuration reader, which makes the strings, and the packet
+/// writer, which copies them.
+struct OverrideLists {
+  char* keys[kMaxOverrides] = {};
+  char* values[kMaxOverrides] = {};
+
+  OverrideLists() = default;
+  OverrideLists(const OverrideLists&) = delete;
+  OverrideLists& operator=(const OverrideLists&) = delete;
+  ~OverrideLists() { release(); }
+
+  void release();
+};
+
+/// Reads a configuration as a job begins: completes its path, derives the folder and the default
+/// output from it, and parses the file.
+/// @return the record, which the caller gives to disposeParameter(). @throws -3 to -45
+parameter* readConfiguration(const char* path, OverrideLists* overrides, int32_t* hasVendorCmd);
+
 /// Creates the packet writer for a job: output, templates and, unless the split size is 0, the
 /// open output file. @throws -49 when the output cannot be opened; the record is then freed
 void processODAX(parameter* record);

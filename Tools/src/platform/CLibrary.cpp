@@ -8,6 +8,12 @@
 
 #include "Mac_Depend.h"
 
+namespace {
+
+bool sQuiet = false;  // my_printf() prints nothing
+
+}  // namespace
+
 CBytes newZeroedBytes(size_t count) {
   return CBytes(static_cast<uint8_t*>(std::calloc(count == 0 ? 1 : count, 1)));
 }
@@ -39,10 +45,19 @@ int my_access(const char* path, int32_t mode) {
 }
 
 void my_printf(const char* format, ...) {
+  if (sQuiet) return;
   std::va_list arguments;
   va_start(arguments, format);
   std::vprintf(format, arguments);
   va_end(arguments);
+}
+
+QuietEcho::QuietEcho() : before_(sQuiet) {
+  sQuiet = true;
+}
+
+QuietEcho::~QuietEcho() {
+  sQuiet = before_;
 }
 
 int32_t GetFullPath(const char* path, int32_t cap, char* out) {

@@ -1,5 +1,5 @@
 // CLibrary - thin wrappers around the C library, so that a platform can exchange them in one
-// place, and owners for the C library's resources. No state.
+// place, and owners for the C library's resources. Its only state is whether the echo is off.
 #pragma once
 
 #include <cstdint>
@@ -37,8 +37,21 @@ uint64_t regularFileSize(std::FILE* file);
 std::FILE* my_fopen(const char* path, const char* mode);
 /// The C library's access test and its result.
 int my_access(const char* path, int32_t mode);
-/// Formats to standard output: the echo of the settings and "done.". Always on.
+/// Formats to standard output: the echo of the settings and "done.". On unless QuietEcho is there.
 void my_printf(const char* format, ...) ZK_PRINTF_LIKE(1, 2);
+
+/// While one of these lives my_printf() prints nothing: for those who read a configuration without
+/// running its job.
+class QuietEcho {
+ public:
+  QuietEcho();
+  ~QuietEcho();
+  QuietEcho(const QuietEcho&) = delete;
+  QuietEcho& operator=(const QuietEcho&) = delete;
+
+ private:
+  bool before_;
+};
 
 /// Hands a file's bytes on, piece by piece, until a read returns none. A regular file that has a
 /// size when the copy begins is read only that far: one that the copy itself makes grow would

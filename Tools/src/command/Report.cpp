@@ -1,0 +1,54 @@
+#include "Report.h"
+
+#include <cstdio>
+#include <exception>
+
+#include "JobRequest.h"
+#include "Subcommands.h"
+
+namespace command {
+
+void complain(const std::string& text) {
+  std::fprintf(stderr, "odaxgen: %s\n", text.c_str());
+}
+
+int guarded(const std::function<int()>& work) {
+  try {
+    const int exitCode = work();
+    // A full disk behind standard output shows at the latest here.
+    if (std::fflush(stdout) == 0) return exitCode;
+    complain("standard output cannot be written");
+  } catch (const jobverify::RefusedConfiguration& refused) {
+    complain("the configuration is refused with code " + std::to_string(refused.code));
+  } catch (const std::exception& error) {
+    complain(error.what());
+  }
+  return kExitFailed;
+}
+
+std::optional<jobreader::KnownJob> knownJobOf(const std::string& config) {
+  if (config.empty()) return std::nullopt;
+  return jobverify::knownJob(jobverify::readRequest(config));
+}
+
+std::string printable(const std::string& text) {
+  constexpr char kDigits[] = "0123456789ABCDEF";
+  std::string shown;
+  for (const char c : text) {
+    const auto byte = static_cast<unsigned char>(c);
+    if (byte >= 0x20 && byte != 0x7F) {
+      shown += c;
+      continue;
+    }
+    shown += {'\\', 'x', kDigits[byte >> 4], kDigits[byte & 0xF]};
+  }
+  return shown;
+}
+
+std::string grouped(uint64_t number) {
+  std::string digits = std::to_string(number);
+  for (size_t end = digits.size(); end > 3; end -= 3) digits.insert(end - 3, ",");
+  return digits;
+}
+
+}  // namespace command
