@@ -3,10 +3,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <string>
 #include <vector>
 
+#include "ExampleJob.h"
 #include "Program.h"
 #include "TempFolder.h"
 
@@ -16,9 +16,8 @@ using testing::StartsWith;
 
 namespace {
 
-ProgramResult odaxgen(const TempFolder& folder, std::vector<std::string> arguments) {
-  arguments.insert(arguments.begin(), ODAXGEN_PROGRAM);
-  return runProgram(arguments, folder.path());
+ProgramResult odaxgen(const TempFolder& folder, const std::vector<std::string>& arguments) {
+  return runOdaxgen(arguments, folder.path());
 }
 
 // A whole job that needs no image: a data file in one packet.
@@ -90,8 +89,10 @@ TEST(Command, WrongUsageExits2AndSaysWhereHelpIs) {
   const std::vector<Case> cases = {
       {"nothing", {}, "odaxgen: missing CONFIG\n"},
       {"only dashes", {"--"}, "odaxgen: missing CONFIG\n"},
-      {"unknown option", {"--frob"}, "odaxgen: unknown option --frob\n"},
-      {"two files", {"a.cfg", "b.cfg"}, "odaxgen: unexpected argument b.cfg\n"},
+      {"unknown option", {"--frob"}, "odaxgen: The following argument was not expected: --frob\n"},
+      {"two files",
+       {"a.cfg", "b.cfg"},
+       "odaxgen: The following argument was not expected: b.cfg\n"},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);
@@ -107,27 +108,39 @@ TEST(Command, HelpAndVersionGoToStandardOutput) {
   for (const char* option : {"--help", "-h"}) {
     const ProgramResult help = odaxgen(folder, {option});
     EXPECT_EQ(help.exitCode, 0);
-    EXPECT_THAT(help.out, StartsWith("Usage: odaxgen CONFIG\n"));
-    EXPECT_THAT(help.out, HasSubstr("Exit codes: 0 done, 1 the job failed, 2 wrong usage."));
+    EXPECT_THAT(help.out, HasSubstr("Usage: odaxgen [OPTIONS] [CONFIG] [SUBCOMMAND]\n"));
+    EXPECT_THAT(help.out, HasSubstr("Exit codes: 0 done; 1 the job failed, "));
+    EXPECT_EQ(help.err, "");
   }
   const ProgramResult version = odaxgen(folder, {"--version"});
   EXPECT_EQ(version.exitCode, 0);
   EXPECT_THAT(version.out, testing::MatchesRegex("odaxgen [0-9]+\\.[0-9]+\\.[0-9]+\n"));
 }
 
+TEST(Command, ASubcommandHasItsOwnHelp) {
+  const TempFolder folder;
+  for (const char* subcommand : {"inspect", "verify", "render"}) {
+    SCOPED_TRACE(subcommand);
+    const ProgramResult help = odaxgen(folder, {subcommand, "--help"});
+    EXPECT_EQ(help.exitCode, 0);
+    EXPECT_THAT(help.out, HasSubstr(std::string("Usage: odaxgen ") + subcommand));
+    EXPECT_THAT(help.out, HasSubstr("Exit codes: 0 "));
+    const ProgramResult nothing = odaxgen(folder, {subcommand});
+    EXPECT_EQ(nothing.exitCode, 2);
+    EXPECT_THAT(nothing.err, EndsWith(std::string("try 'odaxgen ") + subcommand + " --help'\n"));
+  }
+}
+
+TEST(Command, AConfigurationNamedLikeASubcommandFollowsTwoDashes) {
+  const TempFolder folder;
+  writeJob(folder, "inspect");
+  EXPECT_EQ(odaxgen(folder, {"--", "inspect"}).exitCode, 0);
+  EXPECT_EQ(folder.text("job.odx"), kJobFile);
+}
+
 // The example that the README runs: both of its modes give the raster data the same bytes.
 TEST(Command, TheExampleJobRunsInBothModes) {
-  namespace fs = std::filesystem;
-  const TempFolder folder;
-  const fs::path example = fs::path(ODAXGEN_SOURCE_FOLDER) / "examples/newsletter";
-  fs::copy(example, folder.path("newsletter"), fs::copy_options::recursive);
-  fs::remove(folder.path("newsletter/newsletter.odx"));
-  fs::remove(folder.path("newsletter/newsletter-one-packet.odx"));
-  const ProgramResult split = odaxgen(folder, {"newsletter/newsletter.cfg"});
-  EXPECT_EQ(split.exitCode, 0) << split.err;
-  const ProgramResult whole = odaxgen(folder, {"newsletter/newsletter-one-packet.cfg"});
-  EXPECT_EQ(whole.exitCode, 0) << whole.err;
-  EXPECT_EQ(split.err + whole.err, "");
+  const ExampleJob folder;
   const std::string splitJob = folder.text("newsletter/newsletter.odx");
   const std::string wholeJob = folder.text("newsletter/newsletter-one-packet.odx");
   // The raster data begin behind the first send-data packet; the first chunk is the same.

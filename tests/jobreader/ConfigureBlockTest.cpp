@@ -6,7 +6,6 @@
 #include <rapidcheck/gtest.h>
 
 #include <cstdint>
-#include <functional>
 #include <string>
 #include <vector>
 
@@ -19,7 +18,6 @@ namespace {
 
 using jobreader::hasHalves;
 using jobreader::Ink;
-using jobreader::inkInfo;
 using jobreader::PageFormat;
 using jobreader::PlaneFormat;
 

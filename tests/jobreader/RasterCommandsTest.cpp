@@ -6,8 +6,8 @@
 #include <rapidcheck/gtest.h>
 
 #include <cstdint>
-#include <limits>
 #include <memory>
+#include <span>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -23,7 +23,6 @@ namespace {
 using jobreader::Command;
 using jobreader::CommandData;
 using jobreader::CommandReader;
-using jobreader::ReadError;
 
 // A command with what the reader makes of it.
 struct Spelling {

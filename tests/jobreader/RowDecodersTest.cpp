@@ -6,7 +6,6 @@
 #include <rapidcheck/gtest.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <optional>
 #include <span>
 #include <string>

@@ -37,3 +37,8 @@ ProgramResult runProgram(const std::vector<std::string>& arguments, const std::s
   const int exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
   return {exitCode, streams.text("out"), streams.text("err")};
 }
+
+ProgramResult runOdaxgen(std::vector<std::string> arguments, const std::string& folder) {
+  arguments.insert(arguments.begin(), ODAXGEN_PROGRAM);
+  return runProgram(arguments, folder);
+}

@@ -12,3 +12,6 @@ struct ProgramResult {
 
 /// Runs `arguments[0]` with the rest as its arguments, in `folder`.
 ProgramResult runProgram(const std::vector<std::string>& arguments, const std::string& folder);
+
+/// Runs the odaxgen command with these arguments, in `folder`.
+ProgramResult runOdaxgen(std::vector<std::string> arguments, const std::string& folder);

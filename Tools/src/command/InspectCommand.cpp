@@ -36,9 +36,10 @@ void printJson(const std::string& path, const jobreader::JobSummary& summary, bo
 int inspect(const Options& options) {
   const auto known = knownJobOf(options.config);
   jobreader::JobFile file(options.file);
-  Progress progress("reading " + options.file, file.size());
+  Progress progress("reading", options.file, file.size());
   jobreader::SummaryHooks hooks;
-  hooks.progress = [&progress](uint64_t offset) { progress.report(offset); };
+  // The list of commands shows how far it is.
+  if (!options.commands) hooks.progress = [&progress](uint64_t at) { progress.report(at); };
   bool isFirst = true;
   if (options.commands && options.json) {
     print("{\n  \"commands\": [");
@@ -50,6 +51,7 @@ int inspect(const Options& options) {
     hooks.command = [](const jobreader::Command& command) { print(commandLine(command)); };
   }
   const jobreader::JobSummary summary = summarise(file, known ? &*known : nullptr, hooks);
+  progress.erase();
   if (options.json) {
     printJson(options.file, summary, options.commands);
   } else {

@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <string_view>
-#include <utility>
+#include "Report.h"
 
 namespace command {
 
@@ -19,16 +19,29 @@ bool canRewriteLines() {
   return isatty(STDERR_FILENO) == 1 && terminal != nullptr && std::string_view(terminal) != "dumb";
 }
 
+// A line that is wider than the terminal cannot be rewritten.
+std::string shortName(const std::string& path) {
+  constexpr size_t kMostColumns = 40;
+  const std::string name = printable(path.substr(path.rfind('/') + 1));
+  return name.size() <= kMostColumns ? name : name.substr(0, kMostColumns) + "...";
+}
+
 }  // namespace
 
-Progress::Progress(std::string label, uint64_t total)
-    : label_(std::move(label)),
+Progress::Progress(const std::string& verb, const std::string& path, uint64_t total)
+    : label_(verb + " " + shortName(path)),
       total_(total),
       isTerminal_(canRewriteLines()),
       next_(Clock::now() + kPatience) {}
 
 Progress::~Progress() {
-  if (isShown_) std::fputs("\r\033[K", stderr);
+  erase();
+}
+
+void Progress::erase() {
+  if (!isShown_) return;
+  std::fputs("\r\033[K", stderr);
+  isShown_ = false;
 }
 
 void Progress::report(uint64_t done) {

@@ -10,13 +10,17 @@ namespace command {
 
 class Progress {
  public:
+  /// @param verb   what is being done: "reading"
+  /// @param path   of the file; its name is shown
   /// @param total  amount of work, in the unit that is reported
-  Progress(std::string label, uint64_t total);
+  Progress(const std::string& verb, const std::string& path, uint64_t total);
   ~Progress();
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;
 
   void report(uint64_t done);
+  /// Takes the line away. Nothing else may be written to the terminal before.
+  void erase();
 
  private:
   using Clock = std::chrono::steady_clock;

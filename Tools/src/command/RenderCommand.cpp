@@ -31,11 +31,12 @@ int render(Options& options) {
   const auto known = knownJobOf(options.config);
   const jobreader::KnownJob* job = known ? &*known : nullptr;
   jobreader::JobFile file(options.file);
-  Progress progress("drawing " + options.file, 2 * file.size());
+  Progress progress("drawing", options.file, 2 * file.size());
   jobreader::SummaryHooks hooks;
   hooks.progress = [&progress](uint64_t offset) { progress.report(offset); };
   const jobreader::JobSummary summary = summarise(file, job, hooks);
   if (summary.damage) {
+    progress.erase();
     complain(options.file + ": damaged at offset " + std::to_string(summary.damage->offset) + ": " +
              printable(summary.damage->text));
     return kExitFailed;
@@ -46,8 +47,9 @@ int render(Options& options) {
   }
   options.render.progress = [&](uint64_t offset) { progress.report(file.size() + offset); };
   file.seek(0);
-  for (const jobrender::Picture& picture : renderJob(file, job, summary, options.render))
-    std::printf("%s\n", picture.path.c_str());
+  const auto pictures = renderJob(file, job, summary, options.render);
+  progress.erase();
+  for (const jobrender::Picture& picture : pictures) std::printf("%s\n", picture.path.c_str());
   return kExitDone;
 }
 

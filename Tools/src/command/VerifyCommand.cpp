@@ -64,9 +64,11 @@ uint64_t sizeOf(const std::string& path) {
 int verify(const Options& options) {
   const jobverify::JobRequest request = jobverify::readRequest(options.config);
   const std::string file = options.file.empty() ? request.outputPath : options.file;
-  Progress progress("verifying " + file, sizeOf(file));
-  return report(jobverify::verifyJob(request, file,
-                                     [&progress](uint64_t offset) { progress.report(offset); }));
+  Progress progress("verifying", file, sizeOf(file));
+  const jobverify::Verdict verdict = jobverify::verifyJob(
+      request, file, [&progress](uint64_t offset) { progress.report(offset); });
+  progress.erase();
+  return report(verdict);
 }
 
 }  // namespace

@@ -35,13 +35,15 @@ std::optional<std::string> ChunkSequence::add(const Packet& packet) {
 
 void ChunkSequence::checkSize(const Packet& packet) const {
   const uint64_t size = packet.dataSize.value_or(0);
-  if (lastSize_ < fullSize_)
+  if (lastSize_ < fullSize_) {
     throw ReadError(packet.offset, "a send-data packet behind the last one, which has " +
                                        bytes(lastSize_) + " where a full one has " +
                                        std::to_string(fullSize_));
-  if (size > fullSize_)
+  }
+  if (size > fullSize_) {
     throw ReadError(packet.offset, "a send-data packet of " + bytes(size) +
                                        ", the ones before have " + std::to_string(fullSize_));
+  }
 }
 
 void ChunkSequence::checkContinue(const Packet& packet) const {
@@ -50,10 +52,11 @@ void ChunkSequence::checkContinue(const Packet& packet) const {
     throw ReadError(packet.offset, "a send-data packet behind one that says OFF");
   std::optional<bool> expected;
   if (continues_) expected = *continues_ && full;
-  if (packet.continues != expected)
+  if (packet.continues != expected) {
     throw ReadError(packet.offset, "a send-data packet of " + bytes(packet.dataSize.value_or(0)) +
                                        " says " + said(packet.continues) +
                                        " about continuing, expected " + said(expected));
+  }
 }
 
 }  // namespace jobreader

@@ -30,26 +30,31 @@ struct Layout {
   size_t bytes;
   std::array<int, 6> colorSpaces;  // filled up with 0
   Components components;
+  bool needsAll;  // it is chosen only when all of them are in use
 };
 
 constexpr std::array<Layout, 7> kLayouts = {{
-    {4, {kRowRgb}, {Ink::K, kNone}},
-    {8, {kRowRgb, kPixelRgb}, {Ink::R, Ink::G, Ink::B, kNone}},
+    {4, {kRowRgb}, {Ink::K, kNone}, true},
+    {8, {kRowRgb, kPixelRgb}, {Ink::R, Ink::G, Ink::B, kNone}, false},
     {10,
      {kRowKcmy, kRowIndex, kRowBiLevel, 0x13, 0x14, kPixelBiLevel},
-     {Ink::K, Ink::C, Ink::M, Ink::Y, kNone}},
-    {12, {kRowIndex, kRowBiLevel}, {Ink::PBK, Ink::MBK, Ink::C, Ink::M, Ink::Y, kNone}},
+     {Ink::K, Ink::C, Ink::M, Ink::Y, kNone},
+     false},
+    {12, {kRowIndex, kRowBiLevel}, {Ink::PBK, Ink::MBK, Ink::C, Ink::M, Ink::Y, kNone}, true},
     {18,
      {kRowIndex, kRowBiLevel},
-     {Ink::PBK, Ink::MBK, Ink::C, Ink::M, Ink::Y, Ink::c, Ink::m, Ink::Gy, kNone}},
+     {Ink::PBK, Ink::MBK, Ink::C, Ink::M, Ink::Y, Ink::c, Ink::m, Ink::Gy, kNone},
+     true},
     {26,
      {kRowIndex, kRowBiLevel},
      {Ink::PBK, Ink::MBK, Ink::C, Ink::M, Ink::Y, Ink::c, Ink::m, Ink::Gy, Ink::Pgy, Ink::R, Ink::B,
-      Ink::CO, kNone}},
+      Ink::CO, kNone},
+     true},
     {28,
      {kRowIndex, kRowBiLevel},
      {Ink::PBK, Ink::MBK, Ink::C, Ink::M, Ink::Y, Ink::c, Ink::m, Ink::Gy, Ink::Pgy, Ink::R, Ink::B,
-      Ink::CO, Ink::CO2}},
+      Ink::CO, Ink::CO2},
+     true},
 }};
 
 constexpr size_t kFirstComponent = 2;
@@ -72,8 +77,9 @@ class Block {
     if (at(index) != value)
       refuse(index, std::to_string(value) + " (" + std::string(meaning) + ")");
   }
-  int depthAt(size_t index) const {
-    if (at(index) > 127) refuse(index, "a depth of 0 to 127");
+  int depthAt(size_t index, bool mustBeThere) const {
+    if (at(index) > 127 || (mustBeThere && at(index) == 0))
+      refuse(index, mustBeThere ? "a depth of 1 to 127" : "a depth of 0 to 127");
     return at(index);
   }
 
@@ -95,7 +101,7 @@ bool isBare(const Block& block) {
 Depths readBare(const Block& block) {
   for (size_t i = kFirstComponent; i < kBareBytes; ++i)
     if (i != kBareBlack) block.expect(i, 0, "not in use");
-  return {{Ink::K, block.depthAt(kBareBlack)}};
+  return {{Ink::K, block.depthAt(kBareBlack, true)}};
 }
 
 Depths readComponents(const Block& block, const Layout& layout) {
@@ -105,7 +111,7 @@ Depths readComponents(const Block& block, const Layout& layout) {
     if (ink == kNone) break;
     const InkInfo& info = *inkInfo(ink);
     block.expect(at, info.identifier, info.title);
-    depths.push_back({ink, block.depthAt(at + 1)});
+    depths.push_back({ink, block.depthAt(at + 1, layout.needsAll)});
     at += 2;
   }
   return depths;

@@ -107,7 +107,7 @@ bool PacketReader::FoundFraming::isSendData(const Packet& packet) const {
 }
 
 // Finds out what stands behind a packet; the file stands there.
-void PacketReader::FoundFraming::lookBehind(Pending& pending) {
+void PacketReader::FoundFraming::lookBehind(PendingPacket& pending) {
   const Packet& packet = pending.found.packet;
   const uint64_t size = packet.dataSize.value_or(0);
   // The end packet says the size of the job, which is no data of its own. It differs in its name
@@ -119,7 +119,7 @@ void PacketReader::FoundFraming::lookBehind(Pending& pending) {
   pending.next = onlyRemnantsFollow(file_) ? Next::kEnd : Next::kPacket;
 }
 
-void PacketReader::FoundFraming::lookForData(Pending& pending) {
+void PacketReader::FoundFraming::lookForData(PendingPacket& pending) {
   const uint64_t begin = pending.end;
   const uint64_t count = pending.found.packet.dataSize.value_or(0);
   const size_t blanks = blanksAt(file_);
@@ -151,7 +151,7 @@ bool PacketReader::FoundFraming::dataFit(uint64_t begin, uint64_t count) {
   return begin + count == file_.size() || isPacketAt(file_, begin + count);
 }
 
-void PacketReader::FoundFraming::setData(Pending& pending, uint64_t begin, uint64_t count) {
+void PacketReader::FoundFraming::setData(PendingPacket& pending, uint64_t begin, uint64_t count) {
   wrongLooks_ = 0;
   pending.next = Next::kData;
   pending.dataBegin = begin;
@@ -160,7 +160,7 @@ void PacketReader::FoundFraming::setData(Pending& pending, uint64_t begin, uint6
 
 // The packet announces more than the file has left: either the file was cut, and all that is left
 // are data, or the number is wrong. Then the file still has its end packet.
-void PacketReader::FoundFraming::setShortData(Pending& pending) {
+void PacketReader::FoundFraming::setShortData(PendingPacket& pending) {
   const uint64_t begin = pending.end;
   const uint64_t left = file_.size() - begin;
   const Packet& packet = pending.found.packet;
@@ -189,9 +189,10 @@ bool PacketReader::FoundFraming::readDataPacket() {
   if (!pending_) {
     if (file_.atEnd())
       throw ReadError(begin, shortage_.empty() ? "the end packet is missing" : shortage_);
-    if (!isPacketAt(file_, begin))
+    if (!isPacketAt(file_, begin)) {
       throw ReadError(begin, "found " + excerpt(file_.peek(kExcerptBytes)) +
                                  " behind the data, expected a packet");
+    }
     readPacket();
   }
   if (pending_->next == Next::kData) {
@@ -226,11 +227,12 @@ void PacketReader::FoundFraming::readEndPacket() {
   for (bool first = true;; first = false) {
     if (!pending_) {
       if (file_.atEnd()) throw ReadError(file_.offset(), "the end packet is missing");
-      if (!isPacketAt(file_, file_.offset()))
+      if (!isPacketAt(file_, file_.offset())) {
         throw ReadError(file_.offset(), "found " + excerpt(file_.peek(kExcerptBytes)) +
                                             (first ? ", expected the end packet"
                                                    : " behind the end packet, expected the end of "
                                                      "the file"));
+      }
       readPacket();
     }
     file_.seek(pending_->end);
@@ -245,18 +247,23 @@ void PacketReader::FoundFraming::readEndPacket() {
 }
 
 void PacketReader::FoundFraming::noteEnd(const Packet& last) {
-  if (!file_.atEnd())
+  if (!file_.atEnd()) {
     sink_.packetNote(file_.offset(), bytesText(file_.size() - file_.offset()) +
                                          " of blanks, comments and tags behind the end packet");
+  }
   file_.seek(file_.size());
-  if (!last.dataSize)
+  if (!last.dataSize) {
     sink_.packetNote(last.offset,
                      "the last packet does not say the size of the job: it may not be "
                      "the end packet");
-  if (packets_ < kLeastPackets)
+  }
+  if (last.values.size() == 1 && last.values.front().name == last.name)
+    sink_.packetNote(last.offset, "the last packet is a value without a packet around it");
+  if (packets_ < kLeastPackets) {
     sink_.packetNote(last.offset, "the file has " + std::to_string(packets_) +
                                       " packets, a job has at least " +
                                       std::to_string(kLeastPackets));
+  }
 }
 
 }  // namespace jobreader

@@ -12,6 +12,17 @@
 
 namespace jobreader {
 
+/// A packet that was read and not yet told.
+struct PendingPacket {
+  enum class Next { kData, kPacket, kEnd };
+
+  XmlPacket found;
+  uint64_t end = 0;  // behind it
+  Next next = Next::kPacket;
+  uint64_t dataBegin = 0;  // with kData
+  uint64_t dataBytes = 0;  // that are there
+};
+
 class PacketReader::FoundFraming : public PacketReader::Framing {
  public:
   using Framing::Framing;
@@ -23,30 +34,21 @@ class PacketReader::FoundFraming : public PacketReader::Framing {
   void readEndPacket() override;
 
  private:
-  enum class Next { kData, kPacket, kEnd };
-
-  // A packet that was read and not yet told.
-  struct Pending {
-    XmlPacket found;
-    uint64_t end = 0;  // behind it
-    Next next = Next::kPacket;
-    uint64_t dataBegin = 0;  // with kData
-    uint64_t dataBytes = 0;  // that are there
-  };
+  using Next = PendingPacket::Next;
 
   void readPacket();
-  void lookBehind(Pending& pending);
-  void lookForData(Pending& pending);
+  void lookBehind(PendingPacket& pending);
+  void lookForData(PendingPacket& pending);
   [[nodiscard]] bool dataFit(uint64_t begin, uint64_t count);
-  void setData(Pending& pending, uint64_t begin, uint64_t count);
-  void setShortData(Pending& pending);
+  void setData(PendingPacket& pending, uint64_t begin, uint64_t count);
+  void setShortData(PendingPacket& pending);
   [[nodiscard]] bool isSendData(const Packet& packet) const;
   void beginBareData();
   void beginData();
   void tell(PacketRole role);
   void noteEnd(const Packet& last);
 
-  std::optional<Pending> pending_;
+  std::optional<PendingPacket> pending_;
   ChunkSequence chunks_;
   std::string sendDataName_;  // empty: no send-data packet yet
   uint64_t packets_ = 0;      // that were told

@@ -76,10 +76,11 @@ PacketReader::KnownFraming::Expected PacketReader::KnownFraming::expectedOf(Pack
   std::optional<XmlPacket> xml = parsePacketXml(expected.text.bytes);
   if (xml) {
     expected.packet = std::move(xml->packet);
-    for (size_t i = 0; i < expected.packet.values.size(); ++i)
+    for (size_t i = 0; i < expected.packet.values.size(); ++i) {
       expected.packet.values[i].overridden =
           std::binary_search(expected.text.replacedAt.begin(), expected.text.replacedAt.end(),
                              static_cast<size_t>(xml->textOffsets[i]));
+    }
   }
   // Templates need not be XML; the packet is known all the same.
   if (expected.packet.name.empty()) expected.packet.name = packetKindName(kind);
@@ -254,7 +255,7 @@ bool PacketReader::KnownFraming::passSequentially() {
   if (expectedFull == nullptr) refuseHere(end);
   const size_t likeFull = compareWith(file_, expectedFull->text.bytes).matching;
   const size_t likeEnd = compareWith(file_, end.text.bytes).matching;
-  refuseHere(likeFull > likeEnd ? *expectedFull : end);
+  refuseHere(likeFull < likeEnd || file_.atEnd() ? end : *expectedFull);
 }
 
 // The last packet, or the only one: of how many bytes it has to say itself.
@@ -282,9 +283,10 @@ void PacketReader::KnownFraming::beginData(Expected& expected, uint64_t dataByte
   const uint64_t behind = file_.size() - std::min(file_.size(), begin + expected.text.bytes.size());
   const uint64_t there = std::min(dataBytes, behind);
   pass(expected, PacketRole::kSendData, there);
-  if (there < dataBytes)
+  if (there < dataBytes) {
     shortage_ = "the file ends inside the data of the packet at offset " + std::to_string(begin) +
                 ": it has " + std::to_string(there) + " of " + std::to_string(dataBytes) + " bytes";
+  }
   dataEnd_ = file_.offset() + there;
   counted_ += expected.text.counted + static_cast<uint32_t>(dataBytes);
 }

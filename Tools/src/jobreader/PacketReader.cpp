@@ -54,19 +54,21 @@ void PacketReader::Framing::skipData() {
 
 void PacketReader::Framing::readEnd() {
   const bool left = !window().empty();
-  if (left && !openEnd_)
+  if (left && !openEnd_) {
     throw ReadError(file_.offset(), "data are left: " + std::to_string(dataEnd_ - file_.offset()) +
                                         " bytes of this packet, where the stream has ended");
+  }
   readEndPacket();
 }
 
 // The reader ----------------------------------------------------------------------------------
 
 PacketReader::PacketReader(JobFile& file, PacketSink& sink, const JobTemplates* templates) {
-  if (templates != nullptr)
+  if (templates != nullptr) {
     framing_ = std::make_unique<KnownFraming>(file, sink, *templates);
-  else
+  } else {
     framing_ = std::make_unique<FoundFraming>(file, sink);
+  }
 }
 
 PacketReader::~PacketReader() = default;

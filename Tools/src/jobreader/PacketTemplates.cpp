@@ -32,10 +32,11 @@ bool contains(std::string_view text, std::string_view part) {
 
 // Appends as into a buffer of `capacity` bytes with a NUL at its end: what does not fit empties it.
 void appendBounded(std::string& text, std::string_view more, size_t capacity) {
-  if (text.size() + more.size() >= capacity)
+  if (text.size() + more.size() >= capacity) {
     text.clear();
-  else
+  } else {
     text += more;
+  }
 }
 
 // Joins as into a buffer of `capacity` bytes, part by part: a part that empties the buffer does not

@@ -106,9 +106,10 @@ void PacketXml::refuseEnd() const {
 }
 
 std::string PacketXml::where() const {
-  if (depth_ > 0)
+  if (depth_ > 0) {
     return "inside the packet " + excerpt(root_) + " at offset " + std::to_string(packet_.offset) +
            ": its end tag is missing";
+  }
   if (state_ == State::kText) return "where a packet is expected";
   return "in what begins at offset " + std::to_string(lessAt_) + ", before the root of a packet";
 }
@@ -152,16 +153,20 @@ void PacketXml::step(uint8_t byte) {
 }
 
 void PacketXml::text(uint8_t byte) {
+  // A byte-order mark, whole, and only as the first thing in the packet.
+  const bool inMark = depth_ == 0 && mark_ == at_ - packet_.offset && mark_ < kByteOrderMark.size();
+  if (inMark && byte == static_cast<uint8_t>(kByteOrderMark[mark_])) {
+    ++mark_;
+    return;
+  }
+  if (inMark && mark_ > 0) refuse();
   if (byte == '<') {
     lessAt_ = at_;
     state_ = State::kLess;
     return announce();
   }
   if (depth_ > 0) return addLeafText(byte);
-  const uint64_t index = at_ - packet_.offset;
-  const bool isMark =
-      index < kByteOrderMark.size() && byte == static_cast<uint8_t>(kByteOrderMark[index]);
-  if (!isBlank(byte) && !isMark) refuse();
+  if (!isBlank(byte)) refuse();
 }
 
 void PacketXml::less(uint8_t byte) {
@@ -279,10 +284,11 @@ void PacketXml::tag(uint8_t byte) {
     return;
   }
   if (byte == '>' && quote_ == 0) return finishTag(false);
-  if (byte == quote_)
+  if (byte == quote_) {
     quote_ = 0;
-  else if (quote_ == 0 && (byte == '"' || byte == '\''))
+  } else if (quote_ == 0 && (byte == '"' || byte == '\'')) {
     quote_ = byte;
+  }
   last_ = byte;
   push(tag_, byte);
 }
@@ -299,10 +305,11 @@ void PacketXml::finishTag(bool cut) {
   const std::string name(nameOf(tag_));
   const bool start = state_ == State::kStartTag;
   state_ = State::kText;
-  if (start)
+  if (start) {
     finishStart(name, cut);
-  else
+  } else {
     finishEnd(name, cut);
+  }
 }
 
 void PacketXml::finishStart(const std::string& name, bool cut) {
@@ -343,6 +350,7 @@ void PacketXml::finishEnd(const std::string& name, bool cut) {
 void PacketXml::restartAt(uint64_t offset) {
   packet_.offset = offset;
   declared_ = false;
+  mark_ = 0;
 }
 
 void PacketXml::complete(uint64_t end) {

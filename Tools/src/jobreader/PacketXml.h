@@ -121,6 +121,7 @@ class PacketXml {
   bool declared_ = false;  // the packet has its XML declaration
   bool damagedBeforeRoot_ = false;
 
+  size_t mark_ = 0;        // bytes of a byte-order mark
   std::string head_;       // first bytes behind "<?" or "<!"
   std::string tag_;        // between "<" or "</" and ">", at most kMaxXmlText
   uint8_t quote_ = 0;      // the one that closes the attribute value; 0: outside

@@ -17,6 +17,7 @@ enum class Number : uint8_t {
   kFixed,   // always the same text
   kCount,   // 0 and more
   kSigned,  // "-" allowed
+  kOffset,  // "+" allowed
   kMove     // "-" and "+" allowed
 };
 
@@ -40,7 +41,7 @@ constexpr std::array<Form, 17> kForms = {{
     {"$r", 'Y', Number::kSigned, "", false},
     {"*p", 'X', Number::kMove, "", false},
     {"*p", 'Y', Number::kMove, "", false},
-    {"*b", 'Y', Number::kMove, "", false},
+    {"*b", 'Y', Number::kOffset, "", false},
     {"*b", 'M', Number::kCount, "", false},
     {"*b", 'V', Number::kSigned, "", true},
     {"*b", 'W', Number::kSigned, "", true},
@@ -90,8 +91,10 @@ int64_t valueOf(std::string_view number) {
 bool isAllowed(const Form& form, std::string_view number) {
   if (form.number == Number::kFixed) return number == form.fixed;
   if (!isWellSpelt(number)) return false;
-  if (number.front() == '+' && form.number != Number::kMove) return false;
-  if (number.front() == '-' && form.number == Number::kCount) return false;
+  const bool canBePlus = form.number == Number::kMove || form.number == Number::kOffset;
+  const bool canBeMinus = form.number == Number::kMove || form.number == Number::kSigned;
+  if (number.front() == '+' && !canBePlus) return false;
+  if (number.front() == '-' && !canBeMinus) return false;
   const int64_t value = valueOf(number);
   return value >= std::numeric_limits<int32_t>::min() &&
          value <= std::numeric_limits<int32_t>::max();
@@ -157,15 +160,17 @@ bool CommandReader::skipText(std::string_view text) {
 }
 
 Command CommandReader::next() {
+  // Behind a packet's border offset() is right only when the next window is there.
+  if (!refill()) throw ReadError(offset(), "the raster stream ends; expected a command");
   Command command;
   command.offset = offset();
-  if (!refill()) throw ReadError(offset(), "the raster stream ends; expected a command");
   if (window_[used_] != kEsc)
     throw ReadError(offset(), "expected a command (ESC), found " + shown(window_[used_]));
   drop(1);
   std::string family;
   std::string number;
   for (;;) {
+    refill();
     const uint64_t at = offset();
     const uint8_t byte = take("the rest of a command");
     const char c = static_cast<char>(byte);

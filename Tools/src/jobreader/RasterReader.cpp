@@ -159,15 +159,21 @@ class Reader {
   // counted without a sign, and come one run at a time.
   void readFirstOffset(const PageStart& page) {
     const Command offset = command_;
-    next();
+    std::optional<ReadError> damage;
+    try {
+      command_ = in_.next();
+    } catch (const ReadError& error) {
+      damage = error;
+    }
     const bool isRowNext = command_.is("*bV") || command_.is("*bW") || command_.is("*bM");
-    const bool isOwn =
-        formats_ != nullptr ? page.format.beginsWithYOffset : offset.sign == '+' || !isRowNext;
-    if (isOwn) {
+    const bool cannotBeRows = offset.sign == '+' || offset.number == 0 || !isRowNext;
+    if (isFormatGiven() ? page.format.beginsWithYOffset : cannotBeRows) {
       sink_.pageOffset(offset);
     } else {
       skipRows(offset);
     }
+    if (damage) throw ReadError(*damage);
+    tell(command_);
   }
 
   void skipRows(const Command& command) {
@@ -191,12 +197,12 @@ class Reader {
     end.offset = command_.offset;
     end.rows = rows_;
     if (end.ended) {
+      sink_.endPage(end);
       next();
-    } else if (!isPageStart() && !command_.is("$E")) {
-      refuse("a row, or ESC*rC");
-    } else {
-      sink_.note(command_.offset, "page " + std::to_string(page.number) + " has no ESC*rC");
+      return;
     }
+    if (!isPageStart() && !command_.is("$E")) refuse("a row, or ESC*rC");
+    sink_.note(command_.offset, "page " + std::to_string(page.number) + " has no ESC*rC");
     sink_.endPage(end);
   }
 

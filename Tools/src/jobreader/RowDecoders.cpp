@@ -125,9 +125,11 @@ Run takeRun(BitReader& bits, Prefix prefix) {
   size_t length = 0;
   if (prefix == Prefix::kLongRun) {
     length = size_t{128} * takeCount(bits);
+    if (length == 0) throw RowError(at, "a long run of 0 bytes");
+    const size_t kindAt = bits.position();
     prefix = takePrefix(bits);
-    if (length == 0 || (prefix != Prefix::kAbove && prefix != Prefix::kLeft))
-      throw RowError(at, "a long run without length or kind");
+    if (prefix != Prefix::kAbove && prefix != Prefix::kLeft)
+      throw RowError(kindAt, "a long run of no kind");
   }
   length += takeCount(bits);
   if (length == 0) throw RowError(at, "a run of 0 bytes");

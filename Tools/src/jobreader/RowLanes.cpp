@@ -48,11 +48,15 @@ void RowLanes::addLanes(const PlaneFormat& format) {
 }
 
 void RowLanes::setMethod(int method, uint64_t offset) {
-  if (std::find(kMethods.begin(), kMethods.end(), method) == kMethods.end()) {
-    throw ReadError(offset,
-                    "compression method " + std::to_string(method) + "; expected 0, 2, 3 or 4");
-  }
   method_ = method;
+  methodOffset_ = offset;
+}
+
+// Pages without rows may name any method.
+void RowLanes::checkMethod() const {
+  if (std::find(kMethods.begin(), kMethods.end(), method_) != kMethods.end()) return;
+  throw ReadError(methodOffset_,
+                  "compression method " + std::to_string(method_) + "; expected 0, 2, 3 or 4");
 }
 
 RowLanes::Lane& RowLanes::laneFor(const Command& command) {
@@ -93,21 +97,24 @@ void RowLanes::decode(Lane& lane, std::span<const uint8_t> code) const {
 
 void RowLanes::checkLength(Lane& lane, const Command& command) const {
   const size_t length = lane.row.size();
-  const bool refers = method_ == kDeltaRow || method_ == kHxrc;
-  // The first row of these methods shows how long all rows of the plane are.
-  if (refers && lane.exactBytes == 0) lane.exactBytes = length;
-  if (lane.exactBytes != 0 && length != lane.exactBytes) {
-    throw ReadError(command.offset, "a row of " + std::to_string(length) +
-                                        " bytes; the others have " +
-                                        std::to_string(lane.exactBytes));
-  }
-  if (length > lane.mostBytes) {
-    throw ReadError(command.offset, "a row of " + std::to_string(length) + " bytes; the page is " +
-                                        std::to_string(lane.mostBytes) + " bytes wide");
-  }
+  const auto refuse = [&](const std::string& but) {
+    throw ReadError(command.offset, "a row of " + std::to_string(length) + " bytes; " + but);
+  };
+  // The first whole row shows how long all rows of the plane are.
+  const bool isWhole = hasWholeRows_ || method_ == kDeltaRow || method_ == kHxrc;
+  if (isWhole && lane.exactBytes == 0) lane.exactBytes = length;
+  if (lane.exactBytes != 0 && length != lane.exactBytes)
+    refuse("the others have " + std::to_string(lane.exactBytes));
+  if (length > lane.mostBytes)
+    refuse("the page is " + std::to_string(lane.mostBytes) + " bytes wide");
+  if (next_ == 0 || lanes_[next_ - 1].plane != lane.plane) return;
+  const Lane& high = lanes_[next_ - 1];
+  if (high.info.failure == 0 && length != high.row.size())
+    refuse("its high bytes are " + std::to_string(high.row.size()));
 }
 
 bool RowLanes::take(const Command& command, const CommandData& data) {
+  checkMethod();
   Lane& lane = laneFor(command);
   lane.info.offset = command.offset;
   lane.info.codedBytes = command.dataBytes;
@@ -119,7 +126,8 @@ bool RowLanes::take(const Command& command, const CommandData& data) {
     try {
       decode(lane, data.bytes());
     } catch (const RowError& error) {
-      throw ReadError(data.offsetOf(error.position()), error.what());
+      const bool hasPlace = !data.bytes().empty();
+      throw ReadError(hasPlace ? data.offsetOf(error.position()) : command.offset, error.what());
     }
     checkLength(lane, command);
   }

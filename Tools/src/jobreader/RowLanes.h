@@ -20,7 +20,7 @@ class RowLanes {
   /// @param method  compression method that the page begins with
   RowLanes(const PageFormat& format, int method);
 
-  /// @throws ReadError at `offset` for a method that there is not
+  /// Rows of a method that there is not are refused at `offset`.
   void setMethod(int method, uint64_t offset);
   /// The rows above are no longer those of the image: nothing refers to them.
   void forgetRowAbove() { isAboveKnown_ = false; }
@@ -45,12 +45,14 @@ class RowLanes {
 
   void addLanes(const PlaneFormat& format);
   Lane& laneFor(const Command& command);
+  void checkMethod() const;
   void decode(Lane& lane, std::span<const uint8_t> code) const;
   void checkLength(Lane& lane, const Command& command) const;
 
   bool isLaneCountKnown_;
   bool hasWholeRows_;  // the page's method sends rows in full length
   int method_;
+  uint64_t methodOffset_ = 0;  // of the command that set it
   bool isAboveKnown_ = false;
   std::vector<Lane> lanes_;
   size_t planes_ = 0;

@@ -81,7 +81,7 @@ void applyImage(PlaneRequest& plane, const std::array<int, 3>& rgbDepths, const 
   const Delivery delivery = deliveryOf(plane, rgbDepths, facts);
   if (delivery == Delivery::kNothing) return;
   plane.rows = facts.height;
-  plane.hasSamples = delivery == Delivery::kSamples;
+  plane.hasSamples = delivery == Delivery::kSamples && facts.width > 0;
   if (plane.hasSamples) plane.notCompared = whyNotCompared(plane, facts);
 }
 

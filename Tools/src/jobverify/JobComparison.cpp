@@ -219,9 +219,11 @@ void JobComparison::finish() {
     return;
   }
   endTables();
-  for (skipMissing(); nextPage_ < request_.pages.size(); skipMissing())
-    findings_.addDifference("page " + std::to_string(request_.pages[nextPage_++].section) +
+  for (skipMissing(); nextPage_ < request_.pages.size(); skipMissing()) {
+    findings_.addDifference("page " + std::to_string(request_.pages[nextPage_].section) +
                             " is missing");
+    ++nextPage_;
+  }
 }
 
 }  // namespace jobverify

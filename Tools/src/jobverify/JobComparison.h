@@ -6,8 +6,8 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
-#include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -33,7 +33,7 @@ class JobComparison : public jobreader::JobSink {
   void note(uint64_t offset, const std::string& text) override;
   void beginTable(size_t number, const jobreader::Command& command) override;
   void tableData(std::span<const uint8_t> bytes) override;
-  void beginPage(const jobreader::PageStart& page) override;
+  void beginPage(const jobreader::PageStart& start) override;
   void pageOffset(const jobreader::Command& command) override;
   void blankRows(uint64_t first, uint64_t count, const jobreader::Command& command) override;
   void row(uint64_t index, std::span<const jobreader::PlaneRow> planes) override;
@@ -48,7 +48,6 @@ class JobComparison : public jobreader::JobSink {
   void chooseTables();
   void endTables();
   void endTable();
-
   void checkStart(const jobreader::PageStart& start);
   void checkBlock(const jobreader::PageStart& start);
   void checkCommands(const std::string& what, const std::vector<std::string>& found,

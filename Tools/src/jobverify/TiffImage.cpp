@@ -21,8 +21,8 @@ constexpr uint32_t kPackBits = 32773;
 constexpr uint32_t kSeparatePlanes = 2;
 constexpr uint32_t kLowBitsFirst = 2;
 
-// A file with more of them was made to keep its reader busy.
-constexpr size_t kMostDirectories = 4096;
+// A file with more of them was made to keep its reader busy: directories may overlap.
+constexpr size_t kMostEntries = 200000;
 
 constexpr uint64_t kMostRowBytes = 0x7FFFFFFF;
 
@@ -105,6 +105,12 @@ class Directories {
     return value;
   }
 
+  // Tags whose first value matters, also when it does not stand in the entry itself.
+  static bool isNumber(uint16_t tag) {
+    return tag == kWidth || tag == kHeight || tag == kBitsPerSample || tag == kCompression ||
+           tag == kPhotometric || tag == kFillOrder || tag == kSamplesPerPixel || tag == kPlanar;
+  }
+
   static size_t sizeOf(uint16_t type) {
     if (type == kByte) return 1;
     if (type == kShort) return 2;
@@ -123,7 +129,7 @@ class Directories {
       return;
     }
     const size_t size = sizeOf(entry.type);
-    if (size == 0) return;
+    if (size == 0 || !isNumber(entry.tag)) return;
     entry.value = combined(raw, size);
     if (uint64_t{entry.count} * size <= raw.size()) return;
     const std::istream::pos_type next = file_.tellg();
@@ -214,16 +220,19 @@ void takeDirectory(const std::vector<Entry>& entries, ImageFacts& facts, Tags& t
 
 void readDirectories(Directories& file, ImageFacts& facts, Tags& tags) {
   std::set<uint32_t> offsets;
+  size_t entries = 0;
   uint32_t offset = file.number(4);
   // A chain that comes back to a directory ends there.
   while (offset != 0 && !file.isCut() && offsets.insert(offset).second) {
-    if (offsets.size() > kMostDirectories) {
+    facts.lastDirectory = offset;
+    const std::vector<Entry> directory = file.read(offset);
+    offset = file.number(4);
+    takeDirectory(directory, facts, tags);
+    entries += directory.size();
+    if (entries > kMostEntries) {
       tags.refused = "it has too many directories";
       return;
     }
-    facts.lastDirectory = offset;
-    takeDirectory(file.read(offset), facts, tags);
-    offset = file.number(4);
   }
   facts.directories = offsets.size();
   if (file.isCut()) tags.refused = "its directory is cut off";
@@ -232,9 +241,10 @@ void readDirectories(Directories& file, ImageFacts& facts, Tags& tags) {
 std::string whyUnreadable(const ImageFacts& facts, const Tags& tags) {
   if (tags.last.contains(kTileWidth) || tags.last.contains(kTileOffsets)) return "it is tiled";
   if (!tags.seen.contains(kStripOffsets)) return "it has no strips";
-  for (const uint16_t tag : kInherited)
+  for (const uint16_t tag : kInherited) {
     if (tags.seen.contains(tag) && !tags.last.contains(tag))
       return "its last directory does without " + named(tag);
+  }
   if (tags.compression != kNoCompression && tags.compression != kPackBits)
     return "compression " + std::to_string(tags.compression) + " is not read";
   if (tags.planar == kSeparatePlanes && facts.samples > 1)
