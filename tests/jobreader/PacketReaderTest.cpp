@@ -777,13 +777,14 @@ TEST_F(PacketReaderTest, DamagedFramingIsReportedAtItsPlace) {
   }
 }
 
-TEST_F(PacketReaderTest, AFileThatEndsBehindAnyPacketIsNoted) {
-  const Reading reading = found("<SJ/><SJC/>");
+TEST_F(PacketReaderTest, AFileThatEndsBehindOpeningPacketsIsDamaged) {
+  EXPECT_EQ(found("<SJ/><SJC/>").error,
+            "11: the file ends behind 2 packets, expected data or the end packet, which says the "
+            "job's size");
+  // A job without data is whole when its last packet says a size.
+  const Reading reading = found("<SJ/><SJC/><EJ><datasize>11</datasize></EJ>");
   EXPECT_EQ(reading.error, "none");
-  EXPECT_THAT(reading.notes,
-              ElementsAre("5: the last packet does not say the size of the job: it may not be the "
-                          "end packet",
-                          "5: the file has 2 packets, a job has at least 4"));
+  EXPECT_THAT(reading.notes, ElementsAre("11: the file has 3 packets, a job has at least 4"));
 }
 
 TEST_F(PacketReaderTest, SizesThatLeadNowhereTakeBoundedTime) {

@@ -832,15 +832,23 @@ TEST(RasterReaderOrder, ARowHasAsManyCommandsAsThePageHasPlanes) {
   });
 }
 
-TEST(RasterReaderOrder, AMethodThatThereIsNotIsRefused) {
+TEST(RasterReaderOrder, RowsOfAMethodThatThereIsNotAreRefusedWhereItWasSet) {
   const Bytes head = joined({kStart, kBlackAlone, "~*t600R~*r1A"});
   for (const char* const method : {"~*b1M", "~*b5M", "~*b256M", "~*b2147483647M"}) {
     SCOPED_TRACE(method);
+    const Bytes row = joined({method, "~*b1W", Bytes{1}});
     expectDamage({
-        {"as the first", head, joined({method})},
-        {"between rows", joined({head, "~*b0M~*b1W", Bytes{1}}), joined({method})},
+        {"as the first", head, row},
+        {"between rows", joined({head, "~*b0M~*b1W", Bytes{1}}), row},
     });
   }
+}
+
+// The writer names the configured method also on pages that it has no rows for.
+TEST(RasterReaderOrder, APageWithoutRowsMayNameAnyMethod) {
+  Recorder recorder;
+  MemoryStream data(joined({kStart, kBlackAlone, "~*t600R~*r1A~*b7M~*rC", kEnd}));
+  EXPECT_TRUE(readRaster(data, recorder, nullptr));
 }
 
 TEST(RasterReaderOrder, AWrongConfigureBlockIsNamedByItsByte) {

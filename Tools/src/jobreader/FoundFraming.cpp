@@ -253,9 +253,16 @@ void PacketReader::FoundFraming::noteEnd(const Packet& last) {
   }
   file_.seek(file_.size());
   if (!last.dataSize) {
-    sink_.packetNote(last.offset,
-                     "the last packet does not say the size of the job: it may not be "
-                     "the end packet");
+    // Behind data it must be the end packet. Without data it is more likely that the file was cut
+    // between two of its opening packets.
+    const bool hasData = openEnd_ || !sendDataName_.empty();
+    if (!hasData) {
+      throw ReadError(file_.size(), "the file ends behind " + std::to_string(packets_) +
+                                        (packets_ == 1 ? " packet" : " packets") +
+                                        ", expected data or the end packet, which says the job's "
+                                        "size");
+    }
+    sink_.packetNote(last.offset, "the last packet does not say the size of the job");
   }
   if (last.values.size() == 1 && last.values.front().name == last.name)
     sink_.packetNote(last.offset, "the last packet is a value without a packet around it");
