@@ -131,7 +131,7 @@ class RoundTripTest : public PageJob {
     const JobRun job = run(settings, section);
     if (job.code != 0) return "code " + std::to_string(job.code) + ": " + job.err;
     if (!job.problem.empty()) return job.problem;
-    if (const std::string found = verified(); !found.empty()) return found;
+    if (std::string found = verified(); !found.empty()) return found;
     try {
       return firstDifference(decodeStream(job.raster, {shape}).pages[0].rows, want);
     } catch (const std::runtime_error& error) {

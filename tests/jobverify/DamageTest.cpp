@@ -19,8 +19,6 @@ using namespace jobreader;
 // What a printer gets of a job file: everything that it would print or obey, as text.
 class Print : public JobSink {
  public:
-  explicit Print(const KnownJob& known) : known_(known) {}
-
   void beginTable(size_t number, const Command& /*command*/) override {
     text += "\ntable " + std::to_string(number) + ": ";
   }
@@ -51,13 +49,12 @@ class Print : public JobSink {
  private:
   void add(std::span<const uint8_t> bytes) { text += visible(Bytes(bytes.begin(), bytes.end())); }
 
-  const KnownJob& known_;
   PageFormat format_;
 };
 
 std::string printOf(const std::string& path, const KnownJob& known) {
   JobFile file(path);
-  Print print(known);
+  Print print;
   try {
     readJob(file, print, &known);
   } catch (const ReadError& error) {
