@@ -7,6 +7,7 @@
 #include <stdexcept>
 #include <string>
 
+#include "Bits.h"
 #include "DecodedRows.h"
 #include "TempFolder.h"
 #include "hxrc.h"
@@ -25,19 +26,6 @@ Bytes compress(const Bytes& row, const Bytes* above = nullptr) {
   EXPECT_LE(size, out.size());
   out.resize(std::min(size_t{size}, out.size()));
   return out;
-}
-
-// Bytes from bits; blanks only group them, the last byte is filled with zeros.
-Bytes bits(const std::string& text) {
-  Bytes bytes;
-  unsigned count = 0;
-  for (const char bit : text) {
-    if (bit == ' ') continue;
-    if (count % 8 == 0) bytes.push_back(0);
-    if (bit == '1') bytes.back() = static_cast<uint8_t>(bytes.back() | 0x80U >> count % 8);
-    ++count;
-  }
-  return bytes;
 }
 
 // Tables ---------------------------------------------------------------------------------------
