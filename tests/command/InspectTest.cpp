@@ -194,7 +194,7 @@ TEST_F(InspectTest, ARefusedConfigurationIsAFailure) {
   EXPECT_EQ(result.out, "");
   EXPECT_EQ(result.err,
             "UNKNOWN ITEM!: line 2.\nNoSuchKey=1\n"
-            "odaxgen: the configuration is refused with code -12\n");
+            "odaxgen: bad.cfg: refused as a configuration with code -12\n");
 }
 
 TEST_F(InspectTest, ControlCharactersOfAFileDoNotReachTheTerminal) {

@@ -79,7 +79,7 @@ TEST_F(VerifyTest, ARefusedConfigurationIsAFailure) {
   EXPECT_EQ(result.exitCode, 1);
   EXPECT_EQ(result.err,
             "UNKNOWN ITEM!: line 2.\nNoSuchKey=1\n"
-            "odaxgen: the configuration is refused with code -12\n");
+            "odaxgen: bad.cfg: refused as a configuration with code -12\n");
 }
 
 TEST(VerifyExample, TheExampleJobIsIdenticalInBothModes) {

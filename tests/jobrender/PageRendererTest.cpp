@@ -236,7 +236,7 @@ TEST(PageRenderer, LeavesOutRowsBehindThePage) {
 TEST(PageRenderer, DrawsAPageWhoseSizeOnlyItsRowsTell) {
   PageSummary summary = page({plane(Ink::K, 8, 0)}, 0);
   summary.rows = 2;
-  summary.planes[0].rowBytes = 3;
+  summary.planes[0].pixels = 3;
   Drawing drawing(job({summary}));
   drawing.begin().row({{0xFF}}).row({{0, 0, 0xFF}}).end();
   EXPECT_EQ(drawing.pixels("page-1-K.png"), (Bytes{0, 255, 255, 255, 255, 0}));

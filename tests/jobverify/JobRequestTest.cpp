@@ -397,11 +397,11 @@ TEST_F(JobRequestTest, APageWithAnImageThatCannotBeOpenedIsMissing) {
   folder.write("k.bmp", "BM");
   image("g.tif", 5, 3);
   const std::string format = formatLines(5, 1) + depthLines({"K"}, 8);
-  EXPECT_EQ(page(format + "ImageFileK=\"k.bmp\"\n").missing, "k.bmp is no TIFF file");
+  EXPECT_EQ(page(format + "ImageFileK=\"k.bmp\"\n").missing, "k.bmp does not end in .tif or .tiff");
   EXPECT_EQ(page(formatLines(5, 4) + depthLines({"K", "C", "M", "G"}, 8) +
                  "ImageFileK=\"g.tif\"\nImageFileG=\"k.bmp\"\n")
                 .missing,
-            "k.bmp is no TIFF file")
+            "k.bmp does not end in .tif or .tiff")
       << "also one that nothing is read of";
   if (geteuid() == 0) return;  // to whom every file opens
   std::filesystem::permissions(folder.path("g.tif"), std::filesystem::perms::none);

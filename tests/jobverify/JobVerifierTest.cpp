@@ -751,7 +751,7 @@ TEST_F(JobVerifierTest, APageThatIsNotThereIsNamed) {
   folder.write("none.bmp", "BM");
   const Verdict verdict = verdictOf(separations("5", 1, 2, {{"K", 2, plain(20, 10, 8, 0)}}) +
                                     "[Image]\nImageFileK=\"none.bmp\"\n");
-  EXPECT_EQ(textOf(verdict), "page 2 is not in the file: none.bmp is no TIFF file\n");
+  EXPECT_EQ(textOf(verdict), "page 2 is not in the file: none.bmp does not end in .tif or .tiff\n");
   EXPECT_EQ(verdict.pages, 1U);
 }
 

@@ -83,11 +83,11 @@ TEST(PageImages, OnlyTiffNamesAreOpened) {
                 {"a.Tiff", ""},
                 {"a.tiffany", ""},
                 {"a.b.tif", ""},
-                {"a.tifx", "is no TIFF file"},
-                {"a.ti", "is no TIFF file"},
-                {"a.", "is no TIFF file"},
-                {"a.bmp", "is no TIFF file"},
-                {"tif", "is no TIFF file"}};
+                {"a.tifx", "does not end in .tif or .tiff"},
+                {"a.ti", "does not end in .tif or .tiff"},
+                {"a.", "does not end in .tif or .tiff"},
+                {"a.bmp", "does not end in .tif or .tiff"},
+                {"tif", "does not end in .tif or .tiff"}};
   for (const auto& c : kCases) {
     const std::string path = folder.write(c.name, tiffFile(small()));
     EXPECT_EQ(readImageFacts(path).cannotOpen, c.cannotOpen) << c.name;

@@ -68,8 +68,8 @@ void addInspect(CLI::App& app, int& exitCode) {
   auto options = std::make_shared<Options>();
   sub->add_option("FILE", options->file, "the job file")->required();
   sub->add_option("--config", options->config,
-                  "the job's configuration: packets are compared with its templates, and sizes and "
-                  "inks that the file does not say are known")
+                  "the job's configuration: packets are compared with its templates, and it knows "
+                  "sizes and inks that the file does not say")
       ->type_name("CONFIG");
   sub->add_flag("--commands", options->commands, "list every raster command with its offset");
   sub->add_flag("--json", options->json, "print JSON");

@@ -17,6 +17,8 @@ namespace command {
 
 namespace {
 
+constexpr int kMostPixels = 1000000000;
+
 struct Options {
   std::string file;
   std::string config;
@@ -25,6 +27,17 @@ struct Options {
   uint32_t maxPixels = 0;
   jobrender::RenderOptions render;
 };
+
+// Depths that the file does not say are taken from other planes, and may be wrong.
+void warnOfAssumptions(const jobreader::JobSummary& summary) {
+  for (const jobreader::PageSummary& page : summary.pages) {
+    for (const jobreader::PlaneSummary& plane : page.planes) {
+      if (!plane.format.assumed) continue;
+      complain("page " + std::to_string(page.start.number) + ", " + plane.format.name +
+               ": its ink or depth is assumed; --config knows it");
+    }
+  }
+}
 
 // The pictures need sizes that only the whole file shows, so it is read twice.
 int render(Options& options) {
@@ -49,6 +62,11 @@ int render(Options& options) {
   file.seek(0);
   const auto pictures = renderJob(file, job, summary, options.render);
   progress.erase();
+  warnOfAssumptions(summary);
+  if (pictures.empty()) {
+    complain(options.file + ": its pages have no rows to draw");
+    return kExitFailed;
+  }
   for (const jobrender::Picture& picture : pictures) std::printf("%s\n", picture.path.c_str());
   return kExitDone;
 }
@@ -62,11 +80,12 @@ void addRender(CLI::App& app, int& exitCode) {
   sub->add_option("-o,--output", options->render.folder, "folder for the pictures")
       ->type_name("FOLDER")
       ->required();
-  sub->add_option("--config", options->config,
-                  "the job's configuration: sizes and inks that the file does not say are known")
+  sub->add_option(
+         "--config", options->config,
+         "the job's configuration: it knows sizes, inks and ink levels that the file does not say")
       ->type_name("CONFIG");
   sub->add_option("--page", options->pages, "only this page; may be repeated")
-      ->check(CLI::PositiveNumber)
+      ->check(CLI::Range(1, kMostPixels))
       ->type_name("N")
       ->take_all();
   sub->add_option("--ink", options->inks,
@@ -78,7 +97,7 @@ void addRender(CLI::App& app, int& exitCode) {
       ->check(CLI::Range(1e-6, 1.0));
   sub->add_option("--max-size", options->maxPixels, "longest side of a picture, in pixels")
       ->type_name("PIXELS")
-      ->check(CLI::PositiveNumber);
+      ->check(CLI::Range(1, kMostPixels));
   sub->add_flag("--coatings", options->render.coatings, "show coatings in the composite");
   sub->add_flag("--force", options->render.overwrite, "overwrite pictures that are there");
   sub->footer(

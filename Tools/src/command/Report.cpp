@@ -16,10 +16,11 @@ int guarded(const std::function<int()>& work) {
   try {
     const int exitCode = work();
     // A full disk behind standard output shows at the latest here.
-    if (std::fflush(stdout) == 0) return exitCode;
+    if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0) return exitCode;
     complain("standard output cannot be written");
   } catch (const jobverify::RefusedConfiguration& refused) {
-    complain("the configuration is refused with code " + std::to_string(refused.code));
+    complain(printable(refused.path) + ": refused as a configuration with code " +
+             std::to_string(refused.code));
   } catch (const std::exception& error) {
     complain(error.what());
   }

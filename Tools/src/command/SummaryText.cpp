@@ -232,7 +232,9 @@ std::string summaryText(const std::string& path, const JobSummary& summary) {
     text += "\nDAMAGED at offset " + std::to_string(summary.damage->offset) + ": " +
             printable(summary.damage->text) + "\n";
   } else if (summary.differenceCount == 0) {
-    text += "\nno damage found\n";
+    const bool hasData = summary.dataBytes > 0 || summary.bareDataOffset;
+    const bool isAllRead = summary.isRaster || !hasData;
+    text += isAllRead ? "\nno damage found\n" : "\nno damage found in the packets\n";
   }
   return text;
 }

@@ -246,6 +246,16 @@ void PacketReader::FoundFraming::readEndPacket() {
   }
 }
 
+// The size is that of everything in front of the line that says it, data in no packet left out.
+// Template lines that were cut count in full, so that it is no proof of damage.
+void PacketReader::FoundFraming::noteJobSize(const Packet& last) {
+  if (!last.dataSize || openEnd_) return;
+  const uint64_t least = last.offset & UINT32_MAX;
+  if (*last.dataSize >= least && *last.dataSize - least <= last.size) return;
+  sink_.packetNote(last.offset, "the end packet says " + bytesText(*last.dataSize) + ", " +
+                                    std::to_string(last.offset) + " stand in front of it");
+}
+
 void PacketReader::FoundFraming::noteEnd(const Packet& last) {
   if (!file_.atEnd()) {
     sink_.packetNote(file_.offset(), bytesText(file_.size() - file_.offset()) +
@@ -264,6 +274,7 @@ void PacketReader::FoundFraming::noteEnd(const Packet& last) {
     }
     sink_.packetNote(last.offset, "the last packet does not say the size of the job");
   }
+  noteJobSize(last);
   if (last.values.size() == 1 && last.values.front().name == last.name)
     sink_.packetNote(last.offset, "the last packet is a value without a packet around it");
   if (packets_ < kLeastPackets) {

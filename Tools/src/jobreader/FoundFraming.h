@@ -47,6 +47,7 @@ class PacketReader::FoundFraming : public PacketReader::Framing {
   void beginData();
   void tell(PacketRole role);
   void noteEnd(const Packet& last);
+  void noteJobSize(const Packet& last);
 
   std::optional<PendingPacket> pending_;
   ChunkSequence chunks_;

@@ -1,6 +1,7 @@
 #include "JobSummary.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstring>
 
 #include "JobReader.h"
@@ -18,11 +19,29 @@ bool isAll(std::span<const uint8_t> bytes, uint8_t value) {
          (bytes[0] == value && std::memcmp(bytes.data(), bytes.data() + 1, bytes.size() - 1) == 0);
 }
 
-uint64_t pixelsIn(const PlaneSummary& plane) {
+// Pixels that the row surely has. Where whole rows are sent its last byte holds one at least.
+uint64_t pixelsIn(const PlaneSummary& plane, bool hasWholeRows) {
   if (plane.format.width > 0) return plane.format.width;
   if (plane.format.halves) return plane.rowBytes / 2;
-  return plane.format.depth > 0 ? plane.rowBytes * 8 / static_cast<uint64_t>(plane.format.depth)
-                                : 0;
+  if (!hasWholeRows || plane.rowBytes == 0 || plane.format.depth <= 0) return plane.pixels;
+  const uint64_t inBytes = (plane.rowBytes - 1) * 8 / static_cast<uint64_t>(plane.format.depth) + 1;
+  return std::max(plane.pixels, inBytes);
+}
+
+// Pixels up to the last one that is not blank, if they are more than `least`.
+uint64_t pixelsUsed(std::span<const uint8_t> row, int depth, uint8_t blank, uint64_t least) {
+  const auto bitsPerPixel = static_cast<uint64_t>(depth);
+  uint64_t bytes = row.size();
+  while (bytes * 8 > least * bitsPerPixel && row[static_cast<size_t>(bytes) - 1] == blank) --bytes;
+  if (bytes * 8 <= least * bitsPerPixel) return least;
+  const auto used = static_cast<uint8_t>(row[static_cast<size_t>(bytes) - 1] ^ blank);
+  const uint64_t lastBit = bytes * 8 - 1 - static_cast<uint64_t>(std::countr_zero(used));
+  return std::max(least, lastBit / bitsPerPixel + 1);
+}
+
+bool hasWholeRows(const PageSummary& page) {
+  return std::any_of(page.methods.begin(), page.methods.end(),
+                     [](int method) { return method == kDeltaRow || method == kHxrc; });
 }
 
 class Collector : public JobSink {
@@ -102,6 +121,10 @@ class Collector : public JobSink {
 
   static bool addRow(PageSummary& page, PlaneSummary& plane, const PlaneRow& row) {
     plane.rowBytes = std::max<uint64_t>(plane.rowBytes, row.bytes.size());
+    if (plane.format.depth > 0) {
+      plane.pixels =
+          pixelsUsed(row.bytes, plane.format.depth, page.start.format.blank, plane.pixels);
+    }
     plane.codedBytes += row.codedBytes;
     if (std::find(page.methods.begin(), page.methods.end(), row.method) == page.methods.end()) {
       page.methods.push_back(row.method);
@@ -118,19 +141,23 @@ class Collector : public JobSink {
 
 }  // namespace
 
+// An assumed depth may be wrong: what it makes of a row counts only when there is nothing else.
 uint64_t PageSummary::width() const {
-  uint64_t widest = 0;
-  for (const PlaneSummary& plane : planes) widest = std::max(widest, pixelsIn(plane));
-  return widest;
+  uint64_t known = 0;
+  uint64_t assumed = 0;
+  for (const PlaneSummary& plane : planes) {
+    uint64_t& widest = plane.format.assumed ? assumed : known;
+    widest = std::max(widest, pixelsIn(plane, hasWholeRows(*this)));
+  }
+  return known > 0 ? known : assumed;
 }
 
 bool PageSummary::isWidthExact() const {
-  const bool hasWholeRows = std::any_of(methods.begin(), methods.end(), [](int method) {
-    return method == kDeltaRow || method == kHxrc;
-  });
-  return std::all_of(planes.begin(), planes.end(), [hasWholeRows](const PlaneSummary& plane) {
+  const bool isWhole = hasWholeRows(*this);
+  return std::all_of(planes.begin(), planes.end(), [isWhole](const PlaneSummary& plane) {
     const bool endsOnByte = plane.format.halves || plane.format.depth % 8 == 0;
-    return plane.format.width > 0 || (hasWholeRows && plane.format.depth > 0 && endsOnByte);
+    const bool showsWidth = isWhole && plane.format.depth > 0 && !plane.format.assumed;
+    return plane.format.width > 0 || (showsWidth && endsOnByte);
   });
 }
 

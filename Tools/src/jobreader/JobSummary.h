@@ -18,6 +18,7 @@ namespace jobreader {
 struct PlaneSummary {
   PlaneFormat format;
   uint64_t rowBytes = 0;    // of the longest row
+  uint64_t pixels = 0;      // of the longest row, up to the last one that is not blank
   uint64_t rows = 0;        // that hold something
   uint64_t codedBytes = 0;  // data of its row commands
 };

@@ -49,14 +49,15 @@ void RowLanes::addLanes(const PlaneFormat& format) {
 
 void RowLanes::setMethod(int method, uint64_t offset) {
   method_ = method;
-  methodOffset_ = offset;
+  const bool isKnown = std::find(kMethods.begin(), kMethods.end(), method) != kMethods.end();
+  if (!isKnown && !unknown_) unknown_ = Unknown{method, offset};
 }
 
 // Pages without rows may name any method.
 void RowLanes::checkMethod() const {
-  if (std::find(kMethods.begin(), kMethods.end(), method_) != kMethods.end()) return;
-  throw ReadError(methodOffset_,
-                  "compression method " + std::to_string(method_) + "; expected 0, 2, 3 or 4");
+  if (!unknown_) return;
+  throw ReadError(unknown_->offset, "compression method " + std::to_string(unknown_->method) +
+                                        "; expected 0, 2, 3 or 4");
 }
 
 RowLanes::Lane& RowLanes::laneFor(const Command& command) {

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -20,7 +21,7 @@ class RowLanes {
   /// @param method  compression method that the page begins with
   RowLanes(const PageFormat& format, int method);
 
-  /// Rows of a method that there is not are refused at `offset`.
+  /// A page that names a method that there is not may have no rows: they are refused at `offset`.
   void setMethod(int method, uint64_t offset);
   /// The rows above are no longer those of the image: nothing refers to them.
   void forgetRowAbove() { isAboveKnown_ = false; }
@@ -43,6 +44,11 @@ class RowLanes {
     PlaneRow info;
   };
 
+  struct Unknown {
+    int method;
+    uint64_t offset;  // of the command that set it
+  };
+
   void addLanes(const PlaneFormat& format);
   Lane& laneFor(const Command& command);
   void checkMethod() const;
@@ -52,7 +58,7 @@ class RowLanes {
   bool isLaneCountKnown_;
   bool hasWholeRows_;  // the page's method sends rows in full length
   int method_;
-  uint64_t methodOffset_ = 0;  // of the command that set it
+  std::optional<Unknown> unknown_;  // the first method of the page that there is not
   bool isAboveKnown_ = false;
   std::vector<Lane> lanes_;
   size_t planes_ = 0;

@@ -72,13 +72,26 @@ std::string whyNotCompared(const PlaneRequest& plane, const ImageFacts& facts) {
   return facts.unreadable;
 }
 
+// The job goes on without such a file; whoever verifies it wants to know.
+std::string whyLost(const PlaneRequest& plane, const ImageFacts& facts) {
+  if (!plane.source.isRead) return "the job does not read it";
+  if (!facts.isTiff) return "it is no TIFF file";
+  if (facts.width == 0 || facts.height == 0) return "";
+  return "its pixels of " + std::to_string(facts.bitsPerPixel()) +
+         " bits do not go into a depth of " + std::to_string(plane.depth);
+}
+
 }  // namespace
 
 void applyImage(PlaneRequest& plane, const std::array<int, 3>& rgbDepths, const ImageFacts& facts) {
   // Such a plane gets no memory, and is then one without an image.
-  if (memoryRowBytes(plane, facts.width) * kBandRows > kMostBandBytes) return;
+  if (memoryRowBytes(plane, facts.width) * kBandRows > kMostBandBytes) {
+    plane.lost = "it is too large";
+    return;
+  }
   plane.width = facts.width;
   const Delivery delivery = deliveryOf(plane, rgbDepths, facts);
+  if (delivery != Delivery::kSamples) plane.lost = whyLost(plane, facts);
   if (delivery == Delivery::kNothing) return;
   plane.rows = facts.height;
   plane.hasSamples = delivery == Delivery::kSamples && facts.width > 0;

@@ -349,7 +349,7 @@ JobRequest readRequest(const std::string& path) {
   try {
     record.reset(readConfiguration(absolutePath(path).c_str(), &overrides, &hasVendorCmd));
   } catch (int code) {
-    throw RefusedConfiguration{code};
+    throw RefusedConfiguration{path, code};
   }
   Images images;
   JobRequest request = requestOf(*record, images);

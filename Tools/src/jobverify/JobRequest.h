@@ -31,6 +31,7 @@ struct PlaneRequest {
   uint32_t width = 0;       // pixels
   uint64_t rows = 0;        // that the file gives; the page's further ones hold the cleared byte
   bool hasSamples = false;  // false: the rows that it gives are cleared ones
+  std::string lost;  // why no pixel of its file is on the page, which the rules then leave blank
   std::string notCompared;  // why its rows cannot be compared; empty: they can
 
   /// What stands where no sample is written.
@@ -79,6 +80,7 @@ struct JobRequest {
 
 /// A configuration that the library refuses; its messages are on the error stream.
 struct RefusedConfiguration {
+  std::string path;
   int code = 0;
 };
 

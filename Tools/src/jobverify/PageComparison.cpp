@@ -64,6 +64,10 @@ void PageComparison::addPlane(const PlaneRequest& request) {
       {&request, name, ExpectedRows(readable, facts), image, true, failureOf(request), {}});
   Plane& plane = planes_.back();
   plane.expected.resize(plane.rows.size());
+  if (!request.lost.empty()) {
+    findings_.addNotCompared(name + ": no pixel of " + request.source.path +
+                             " is on the page: " + request.lost);
+  }
   if (!request.notCompared.empty()) stopComparing(plane, request.notCompared);
   if (plane.failure == kTooManyBytes)
     stopComparing(plane, "its rows are too long for their compression and not in the file");

@@ -318,7 +318,7 @@ bool agrees(TIFF* file, const ImageFacts& facts) {
 ImageFacts readImageFacts(const std::string& path) {
   ImageFacts facts;
   if (!hasTiffExtension(path)) {
-    facts.cannotOpen = "is no TIFF file";
+    facts.cannotOpen = "does not end in .tif or .tiff";
     return facts;
   }
   Directories file(path);
