@@ -204,6 +204,17 @@ TEST_F(InspectTest, ControlCharactersOfAFileDoNotReachTheTerminal) {
   EXPECT_THAT(result.out, HasSubstr("\\x1B[31mred\\x07"));
 }
 
+TEST_F(InspectTest, AFullDiskBehindStandardOutputIsAFailure) {
+  makeFourInks("0");
+  for (const char* option : {"--json", "--commands"}) {
+    const std::string shell =
+        std::string(ODAXGEN_PROGRAM) + " inspect out.dat " + option + " >/dev/full";
+    const ProgramResult result = runProgram({"/bin/sh", "-c", shell}, folder.path());
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_EQ(result.err, "odaxgen: standard output cannot be written\n");
+  }
+}
+
 TEST(InspectExample, TheExampleJobIsWholeInBothModes) {
   const ExampleJob folder;
   for (const char* name : {"newsletter", "newsletter-one-packet"}) {

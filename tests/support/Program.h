@@ -10,7 +10,8 @@ struct ProgramResult {
   std::string err;
 };
 
-/// Runs `arguments[0]` with the rest as its arguments, in `folder`.
+/// Runs `arguments[0]` with the rest as its arguments, in `folder`, with a folder of its own for
+/// temporary files.
 ProgramResult runProgram(const std::vector<std::string>& arguments, const std::string& folder);
 
 /// Runs the odaxgen command with these arguments, in `folder`.

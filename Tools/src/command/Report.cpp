@@ -16,7 +16,8 @@ int guarded(const std::function<int()>& work) {
   try {
     const int exitCode = work();
     // A full disk behind standard output shows at the latest here.
-    if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0) return exitCode;
+    const bool isWritten = std::fflush(stdout) == 0 && std::ferror(stdout) == 0;
+    if (isWritten || exitCode != kExitDone) return exitCode;
     complain("standard output cannot be written");
   } catch (const jobverify::RefusedConfiguration& refused) {
     complain(printable(refused.path) + ": refused as a configuration with code " +
