@@ -53,4 +53,8 @@ std::string grouped(uint64_t number) {
   return digits;
 }
 
+std::string counted(uint64_t number, const std::string& noun) {
+  return grouped(number) + " " + noun + (number == 1 ? "" : "s");
+}
+
 }  // namespace command

@@ -26,4 +26,7 @@ std::string printable(const std::string& text);
 /// 1234567 as "1,234,567".
 std::string grouped(uint64_t number);
 
+/// "1 page", "2,000 pages".
+std::string counted(uint64_t number, const std::string& noun);
+
 }  // namespace command

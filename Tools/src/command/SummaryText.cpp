@@ -48,10 +48,6 @@ std::string oneDecimal(double number) {
   return {text.data(), end.ptr};
 }
 
-std::string count(uint64_t number, const char* one, const char* many) {
-  return grouped(number) + " " + (number == 1 ? one : many);
-}
-
 std::string millimetres(uint64_t pixels, int64_t dotsPerInch) {
   if (dotsPerInch <= 0) return "?";
   return oneDecimal(static_cast<double>(pixels) * kMillimetresPerInch /
@@ -89,8 +85,8 @@ std::string dataLine(const JobSummary& summary) {
   const std::string margin(kOffsetColumns + 2, ' ');
   if (summary.bareDataOffset) return offsetColumn(*summary.bareDataOffset) + "data in no packet\n";
   if (summary.sendDataPackets == 0) return margin + "no data\n";
-  std::string text = margin + count(summary.sendDataPackets, "packet", "packets") + " of data, " +
-                     count(summary.dataBytes, "byte", "bytes") + " in all";
+  std::string text = margin + counted(summary.sendDataPackets, "packet") + " of data, " +
+                     counted(summary.dataBytes, "byte") + " in all";
   if (summary.sendDataPackets > 1) {
     text += ": " + grouped(summary.largestChunk) + " each, the last " + grouped(summary.lastChunk);
   }
@@ -197,9 +193,9 @@ std::string notesText(const char* title, const std::vector<Note>& notes, uint64_
 }
 
 std::string headText(const std::string& path, const JobSummary& summary) {
-  std::string text = path + ": " + count(summary.fileBytes, "byte", "bytes");
+  std::string text = path + ": " + counted(summary.fileBytes, "byte");
   if (summary.isRaster) {
-    text += ", " + count(summary.pages.size(), "page", "pages");
+    text += ", " + counted(summary.pages.size(), "page");
   } else if (summary.dataBytes > 0 || summary.bareDataOffset) {
     text += ", the data are not a raster stream";
   }
@@ -209,8 +205,8 @@ std::string headText(const std::string& path, const JobSummary& summary) {
 std::string tablesText(const JobSummary& summary) {
   std::string text;
   for (size_t i = 0; i < summary.tableBytes.size(); ++i) {
-    text += "table " + std::to_string(i + 1) + "   " +
-            count(summary.tableBytes[i], "byte", "bytes") + "\n";
+    text +=
+        "table " + std::to_string(i + 1) + "   " + counted(summary.tableBytes[i], "byte") + "\n";
   }
   return text.empty() ? text : "\n" + text;
 }
@@ -241,7 +237,7 @@ std::string summaryText(const std::string& path, const JobSummary& summary) {
 
 std::string commandLine(const jobreader::Command& command) {
   std::string text = offsetColumn(command.offset) + "ESC" + command.text;
-  if (command.dataBytes > 0) text += "  + " + count(command.dataBytes, "byte", "bytes");
+  if (command.dataBytes > 0) text += "  + " + counted(command.dataBytes, "byte");
   return text + "\n";
 }
 

@@ -28,9 +28,6 @@ void printList(const char* title, const std::vector<std::string>& texts) {
 }
 
 std::string comparedText(const jobverify::Verdict& verdict) {
-  const auto counted = [](uint64_t number, const char* noun) {
-    return grouped(number) + " " + noun + (number == 1 ? "" : "s");
-  };
   std::string text = counted(verdict.pages, "page") + ", " + counted(verdict.planes, "plane") +
                      ", " + counted(verdict.pixels, "pixel");
   if (verdict.dataBytes > 0) text += ", " + counted(verdict.dataBytes, "data byte");
@@ -46,8 +43,7 @@ int report(const jobverify::Verdict& verdict) {
   printList("not compared: ", verdict.notCompared);
   printList("note: ", verdict.notes);
   if (verdict.differenceCount > 0) {
-    printLine(comparedText(verdict) + ": " + grouped(verdict.differenceCount) +
-              (verdict.differenceCount == 1 ? " difference" : " differences"));
+    printLine(comparedText(verdict) + ": " + counted(verdict.differenceCount, "difference"));
   } else {
     printLine(comparedText(verdict) +
               (verdict.notCompared.empty() ? ": identical" : ": identical as far as compared"));

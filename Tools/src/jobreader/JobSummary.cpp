@@ -2,10 +2,10 @@
 
 #include <algorithm>
 #include <bit>
-#include <cstring>
 
 #include "JobReader.h"
 #include "ReadError.h"
+#include "RowBlankness.h"
 
 namespace jobreader {
 
@@ -13,11 +13,6 @@ namespace {
 
 constexpr int kDeltaRow = 3;
 constexpr int kHxrc = 4;
-
-bool isAll(std::span<const uint8_t> bytes, uint8_t value) {
-  return bytes.empty() ||
-         (bytes[0] == value && std::memcmp(bytes.data(), bytes.data() + 1, bytes.size() - 1) == 0);
-}
 
 // Pixels that the row surely has. Where whole rows are sent its last byte holds one at least.
 uint64_t pixelsIn(const PlaneSummary& plane, bool hasWholeRows) {

@@ -4,10 +4,13 @@
 #include <cstring>
 
 #include "ExpectedStream.h"
+#include "RowBlankness.h"
 
 namespace jobverify {
 
 namespace {
+
+using jobreader::isAll;
 
 constexpr int kHxrc = 4;
 constexpr int64_t kNoBytes = -5;
@@ -17,12 +20,6 @@ constexpr uint64_t kMostHxrcBytes = 120000;
 constexpr int kRgbGroup = 3;
 constexpr size_t kRgbPlanes = 3;
 constexpr uint8_t kWhite = 0xFF;
-
-bool isAll(std::span<const uint8_t> bytes, uint8_t value) {
-  if (bytes.empty()) return true;
-  // The first byte is right, and each one equals the one before it.
-  return bytes[0] == value && std::memcmp(bytes.data(), bytes.data() + 1, bytes.size() - 1) == 0;
-}
 
 // The pixel at `x` of a row without gaps.
 uint64_t levelAt(std::span<const uint8_t> row, uint64_t x, unsigned depth) {
