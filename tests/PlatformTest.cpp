@@ -239,6 +239,31 @@ TEST(CLibrary, AFileThatCannotBeOpenedIsNamedInQuotes) {
   EXPECT_EQ(said.out, "");
 }
 
+class KeptErrors : public ErrorSink {
+ public:
+  void take(const char* text) override { kept += text; }
+  std::string kept;
+};
+
+TEST(CLibrary, TheYoungestSinkTakesTheMessagesOfFailures) {
+  KeptErrors outer;
+  const Said said = saidBy([&] {
+    {
+      KeptErrors inner;
+      reportCannotOpen("a");
+      EXPECT_EQ(inner.kept, "ERROR!: Can't open file \"a\"\n");
+    }
+    printError("%s\n", std::string(5000, 'x').c_str());
+  });
+  EXPECT_EQ(outer.kept, std::string(5000, 'x') + "\n");
+  EXPECT_EQ(said.err, "");
+}
+
+TEST(CLibrary, WithoutASinkMessagesGoToStandardError) {
+  { const KeptErrors gone; }
+  EXPECT_EQ(saidBy([] { printError("%d\n", 5); }).err, "5\n");
+}
+
 TEST(CLibrary, NewBlocksAreZero) {
   const CBytes bytes = newZeroedBytes(1000);
   ASSERT_NE(bytes, nullptr);

@@ -117,25 +117,25 @@ bool allows(const PlaneRule& rule, int32_t planes) {
 }
 
 [[noreturn]] void failCombination(const imageParameter* image, int code) {
-  std::fprintf(stderr,
-               "INVALID VALUE OF ITEM!: The combination of following values are invalid.\n"
-               "ColorSpace=%d, NumOfPlanes=%d\n",
-               image->ColorSpace, image->NumOfPlanes);
+  printError(
+      "INVALID VALUE OF ITEM!: The combination of following values are invalid.\n"
+      "ColorSpace=%d, NumOfPlanes=%d\n",
+      image->ColorSpace, image->NumOfPlanes);
   throw code;
 }
 
 [[noreturn]] void failPlaneCount(const imageParameter* image, int depths, int code) {
-  std::fprintf(stderr,
-               "INVALID VALUE OF ITEM!: The NumOfPlanes and the number of non zero PixelDepthXXX "
-               "does not match.\nNumOfPlanes=%d, the number of PixelDepthXXX=%d\n",
-               image->NumOfPlanes, depths);
+  printError(
+      "INVALID VALUE OF ITEM!: The NumOfPlanes and the number of non zero PixelDepthXXX "
+      "does not match.\nNumOfPlanes=%d, the number of PixelDepthXXX=%d\n",
+      image->NumOfPlanes, depths);
   throw code;
 }
 
 }  // namespace
 
 void failRequiredItem(const char* name) {
-  std::fprintf(stderr, "REQUIRED ITEM NOT FOUND!: The item \"%s\" must be set.\n", name);
+  printError("REQUIRED ITEM NOT FOUND!: The item \"%s\" must be set.\n", name);
   throw kErrorRequiredItem;
 }
 

@@ -115,7 +115,7 @@ LineKind readLineParts(const char* line, int lineNo, char* key, char* value) {
 }
 
 [[noreturn]] void failSectionNotFound(const char* section, int code) {
-  std::fprintf(stderr, "SECTION NOT FOUND!: The section \"%s\" cannot be omitted.\n", section);
+  printError("SECTION NOT FOUND!: The section \"%s\" cannot be omitted.\n", section);
   throw code;
 }
 

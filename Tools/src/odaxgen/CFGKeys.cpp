@@ -75,7 +75,7 @@ int32_t readDecimal(const char* text) {
 }
 
 [[noreturn]] void failUnknownItem(const CFGFileItem* item, int code) {
-  std::fprintf(stderr, "UNKNOWN ITEM!: line %d.\n%s\n", item->lineNumber, item->line.get());
+  printError("UNKNOWN ITEM!: line %d.\n%s\n", item->lineNumber, item->line.get());
   throw code;
 }
 
@@ -420,6 +420,6 @@ void disposeParameter(parameter* record) {
 }
 
 void failInvalidValue(int lineNumber, const char* line, int code) {
-  std::fprintf(stderr, "INVALID VALUE OF ITEM!: line %d.\n%s\n", lineNumber, line);
+  printError("INVALID VALUE OF ITEM!: line %d.\n%s\n", lineNumber, line);
   throw code;
 }

@@ -21,7 +21,7 @@ bool hasDriveForm(const char* path) {
 }
 
 [[noreturn]] void failConversion(const char* path, int code) {
-  std::fprintf(stderr, "ERROR!: Can't convert dir separator.\n\"%s\"\n", path);
+  printError("ERROR!: Can't convert dir separator.\n\"%s\"\n", path);
   throw code;
 }
 
@@ -33,7 +33,7 @@ bool hasDriveForm(const char* path) {
 // Shows and stores a converted path.
 int storeConverted(char* path, const char* converted, int tooLongCode) {
   if (std::strlen(converted) >= kPathBytes) failConversion(path, tooLongCode);
-  std::fprintf(stderr, "\nConverting directory separator...\n%s\n->\n%s\n", path, converted);
+  printError("\nConverting directory separator...\n%s\n->\n%s\n", path, converted);
   zk_strcpy(path, kPathBytes, converted);
   return 1;
 }

@@ -279,6 +279,14 @@ void HXRaster_New() {
   sSeedRowUnkown = false;
 }
 
+void HXRaster_Forget() {
+  mGraphicsResolutionH = 0;
+  mGraphicsResolutionV = 0;
+  mDeviceWidthInPixel = 0;
+  sThisIsBlankLine = false;
+  sRowBytesPre.fill(0);
+}
+
 void HXRaster_Delete() {
   for (CText& path : mImageProcessingDataPath) path.reset();
 }

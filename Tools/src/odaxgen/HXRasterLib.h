@@ -25,6 +25,9 @@ void deletePlane(HXRasterPlane* list);
 
 /// Resets the state. Resolution, printable width, working memory and sThisIsBlankLine stay.
 void HXRaster_New();
+/// Resets what HXRaster_New() lets stay, except working memory: for a program that runs jobs which
+/// must not know of each other.
+void HXRaster_Forget();
 /// Releases the table file paths. The working memory is HXRaster_FreeWorkingMemory()'s.
 void HXRaster_Delete();
 

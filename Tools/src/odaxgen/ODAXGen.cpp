@@ -29,7 +29,7 @@ void cutAtLast(char* text, char separator, const char* otherwise) {
 
 void resolveConfigurationPath(const char* path, char* fullPath) {
   if (GetFullPathMac(path, static_cast<int32_t>(kPathBytes), fullPath) == 0) return;
-  std::fprintf(stderr, "cannot get full path of %s\n", path == nullptr ? "(null)" : path);
+  printError("cannot get full path of %s\n", path == nullptr ? "(null)" : path);
   throw kErrorFullPath;
 }
 
@@ -47,7 +47,7 @@ void rememberDefaultOutput(const char* fullPath) {
 parameter* newRecord(const char* fullPath) {
   auto* record = static_cast<parameter*>(std::calloc(1, sizeof(parameter)));
   if (record == nullptr) {
-    std::fputs("memory alloc error\n", stderr);
+    printError("memory alloc error\n");
     throw kErrorRecordMemory;
   }
   zk_strcpy(record->CFGFileDirectory, kPathBytes, fullPath);
@@ -70,64 +70,88 @@ void sendOpeningPackets() {
 
 // Results are ignored, on purpose: a page that cannot be opened or held sends no raster data and
 // the job goes on. Only thrown codes stop it.
-void sendPages(parameter* record) {
+void sendPages(parameter* record, JobHooks& hooks) {
   HXRaster_New();
   processHXRasterConfiguration(record);
   for (const imageParameter* image = record->imageParameterList; image != nullptr;
        image = image->next) {
     if (image != record->imageParameterList) HXRaster_New();
     processHXRasterImageConfiguration(image);
-    processHXRasterImageData(image);
+    processHXRasterImageDataWith(hooks, image);
   }
   HXRaster_SendEndOfPage();
   HXRaster_SendJobEnd();
 }
 
-void sendRasterData(parameter* record) {
+void sendRasterData(parameter* record, JobHooks& hooks) {
   if (record->SendDataFile[0] == '\0') {
-    sendPages(record);
+    sendPages(record, hooks);
   } else {
-    readExternalFile(record->SendDataFile);
+    readExternalFileWith(hooks, hooks.completePath(record->SendDataFile));
   }
+}
+
+int32_t openOutput(JobHooks& hooks) {
+  ZKFile_WriteTo(hooks.stageOutput(ZKFile_Path()));
+  return ODAX_Open();
 }
 
 void removeTempFile() {
   char path[kPathBytes];
   getTempPath(static_cast<int>(kPathBytes), path);
   if (std::remove(path) == 0) return;
-  std::fprintf(stderr, "ERROR!: Can't delete file \"%s\"\n", path);
+  printError("ERROR!: Can't delete file \"%s\"\n", path);
   throw kErrorRemoveTemp;
 }
 
 // Split mode: the packets are written while the raster data are produced.
-void runSplit(parameter* record) {
+void runSplit(parameter* record, JobHooks& hooks) {
   sendOpeningPackets();
-  sendRasterData(record);
+  sendRasterData(record, hooks);
 }
 
 // One-packet mode: the raster data are collected first and announced with their size.
-void runInOnePacket(parameter* record) {
+void runInOnePacket(parameter* record, JobHooks& hooks) {
+  ODAX_SetTempFolder(hooks.temporaryFolder());
   if (ODAX_OpenTemp() < 0) throw kErrorOpenTemp;
-  sendRasterData(record);
+  sendRasterData(record, hooks);
   ODAX_Close();
-  if (ODAX_Open() < 0) throw kErrorReopenOutput;
+  if (openOutput(hooks) < 0) throw kErrorReopenOutput;
   sendOpeningPackets();
-  sendDataRasterNotDivide();
+  sendDataRasterNotDivideWith(hooks);
   removeTempFile();
 }
 
-void runJob(parameter* record, OverrideLists* overrides, int32_t hasVendorCmd) {
+void runPrepared(parameter* record, OverrideLists* overrides, int32_t hasVendorCmd,
+                 JobHooks& hooks) {
   handOverOverrides(overrides);
   ODAX_SetIsExistVC(static_cast<uint32_t>(hasVendorCmd));
   if (record->SplitDataSize != 0) {
-    runSplit(record);
+    runSplit(record, hooks);
   } else {
-    runInOnePacket(record);
+    runInOnePacket(record, hooks);
   }
   ODAX_SendJobEJ();
   ODAX_Close();
   ODAX_Delete();
 }
+
+// The modules below know no hooks; while one of these lives they reach this job's.
+class HooksBelow {
+ public:
+  explicit HooksBelow(JobHooks& hooks) { ZKFile_OnWriteFailure(tell, &hooks); }
+  ~HooksBelow() {
+    ZKFile_OnWriteFailure(nullptr, nullptr);
+    ODAX_SetTempFolder(nullptr);
+  }
+  HooksBelow(const HooksBelow&) = delete;
+  HooksBelow& operator=(const HooksBelow&) = delete;
+
+ private:
+  static void tell(void* hooks, const char* path, int error) {
+    static_cast<JobHooks*>(hooks)->writeFailed(path, error);
+  }
+};
 
 }  // namespace
 
@@ -150,19 +174,26 @@ parameter* readConfiguration(const char* path, OverrideLists* overrides, int32_t
 }
 
 int makeODAXData(const char* configurationPath) {
+  JobHooks defaults;
+  return runJob(defaults, configurationPath);
+}
+
+int runJob(JobHooks& hooks, const char* configurationPath) {
   OverrideLists overrides;
   int32_t hasVendorCmd = 0;
   parameter* parsed = readConfiguration(configurationPath, &overrides, &hasVendorCmd);
   if (parsed->SplitDataSize != kNotSet) {
     ODAX_SetSplitDataSize(static_cast<uint32_t>(parsed->SplitDataSize));
   }
+  const HooksBelow hooksBelow(hooks);
   // Up to here a failure leaves the packet writer as it is; from here on it is deleted. Kept on
   // purpose: the next job makes it anew either way.
-  processODAX(parsed);
+  processODAXWith(hooks, parsed);
 
   const ParameterOwner record(parsed);
   try {
-    runJob(record.get(), &overrides, hasVendorCmd);
+    hooks.jobBegins(*record);
+    runPrepared(record.get(), &overrides, hasVendorCmd, hooks);
   } catch (int) {
     ODAX_Delete();
     throw;
@@ -171,11 +202,17 @@ int makeODAXData(const char* configurationPath) {
     ZKFile_Flush();
     throw;
   }
+  hooks.outputComplete();
   my_printf("done.\n");
   return 0;
 }
 
 void processODAX(parameter* record) {
+  JobHooks defaults;
+  processODAXWith(defaults, record);
+}
+
+void processODAXWith(JobHooks& hooks, parameter* record) {
   ODAX_NewWithName(record->OutFilePath);
   struct Route {
     const char* path;
@@ -190,9 +227,9 @@ void processODAX(parameter* record) {
       {record->EndJobXmlFile, ODAX_EJ_XMLFilePath},
   };
   for (const Route& route : routes) {
-    if (route.path[0] != '\0') route.set(route.path);
+    if (route.path[0] != '\0') route.set(hooks.completePath(route.path));
   }
-  if (record->SplitDataSize == 0 || ODAX_Open() == 0) return;
+  if (record->SplitDataSize == 0 || openOutput(hooks) == 0) return;
   disposeParameter(record);  // with its lists: nobody else would free them
   throw kErrorOpenOutput;
 }

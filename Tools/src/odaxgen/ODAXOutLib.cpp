@@ -18,6 +18,7 @@ std::array<CText, kMaxOverrides> mOverRideKeyList, mOverRideValueList;
 char mSJ_XMLFilePath[kPathBytes], mSJC_XMLFilePath[kPathBytes], mSC_XMLFilePath[kPathBytes];
 char mVC_XMLFilePath[kPathBytes], mSD_XMLFilePath[kPathBytes], mEJ_XMLFilePath[kPathBytes];
 uint32_t mJobDataSize, mTempJobDataSize, mIsExistVC;
+static const char* mTempFolder;  // null: the platform's
 
 namespace {
 
@@ -158,14 +159,20 @@ void ODAX_Flush() {
 }
 
 void readExternalFile(const char* path) {
+  JobHooks none;
+  readExternalFileWith(none, path);
+}
+
+void readExternalFileWith(JobHooks& hooks, const char* path) {
   const CFile file(my_fopen(path, "rb"));
   if (file == nullptr) {
     reportCannotOpen(path);
     throw kErrorExternalFile;
   }
   uint8_t piece[1024];
-  forEachPiece(file.get(), piece, sizeof piece, [](const uint8_t* bytes, size_t count) {
+  forEachPiece(file.get(), piece, sizeof piece, [&hooks](const uint8_t* bytes, size_t count) {
     ODAX_SendData(bytes, static_cast<int32_t>(count));
+    hooks.dataCopied(count);
   });
   ODAX_Flush();
 }
@@ -175,11 +182,19 @@ void sendTempDataRaster(const void* data, uint32_t count) {
   mTempJobDataSize += count;
 }
 
+void ODAX_SetTempFolder(const char* folder) {
+  mTempFolder = folder;
+}
+
 void getTempPath(int /*ignored*/, char* out) {
-  GetTempFolderMac(out, static_cast<int32_t>(kPathBytes));
+  if (mTempFolder == nullptr) {
+    GetTempFolderMac(out, static_cast<int32_t>(kPathBytes));
+  } else {
+    zk_strcpy(out, kPathBytes, mTempFolder);
+  }
   if (std::strlen(out) + kTempNameLength > kPathBytes - 1) {
     // The wording is odd and stays.
-    std::fputs("ERROR!: Configuration file has too int32_t filename.\n", stderr);
+    printError("ERROR!: Configuration file has too int32_t filename.\n");
     throw kErrorTempPath;
   }
   zk_strcat(out, kPathBytes, kTempName);

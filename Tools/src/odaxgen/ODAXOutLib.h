@@ -6,6 +6,7 @@
 
 #include <cstdint>
 
+#include "JobHooks.h"
 #include "TextLine.h"
 
 // Life cycle, in the order in which a job uses it.
@@ -59,6 +60,7 @@ void ODAX_SendCString(const char* text);
 void ODAX_Flush();
 /// Feeds a file's bytes through the buffer and flushes it. @throws -74 when it cannot be opened
 void readExternalFile(const char* path);
+void readExternalFileWith(JobHooks& hooks, const char* path);  ///< the same, seen by hooks
 
 // Packets. Each is the template's lines without their line ends, with overridden values.
 
@@ -73,9 +75,13 @@ void sendDataRaster(const void* data, uint32_t count);
 /// The one send-data packet of temporary-file mode, with that file's content.
 /// @throws -61, -63 no memory, -62 template and -64 temporary file cannot be opened
 void sendDataRasterNotDivide();
+void sendDataRasterNotDivideWith(JobHooks& hooks);  ///< the same, seen by hooks
 /// Writes bytes to the open (temporary) file and counts them.
 void sendTempDataRaster(const void* data, uint32_t count);
 
+/// The folder of the temporary file, ending with "/"; null: the platform's. Borrowed until it is
+/// set again.
+void ODAX_SetTempFolder(const char* folder);
 /// The temporary file's path; the first argument is ignored, `out` has 260 bytes.
 /// @throws -68 when folder and name exceed 259 characters
 void getTempPath(int ignored, char* out);

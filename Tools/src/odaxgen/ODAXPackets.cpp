@@ -117,7 +117,7 @@ void sendDataTemplate(const Template& source, uint32_t size, int32_t chunkSize) 
 
 // The wording is odd and stays.
 [[noreturn]] void failTooLong(const char* newValue) {
-  std::fprintf(stderr, "ERROR!: A value of too int32_t overriding \"%s\".\n", newValue);
+  printError("ERROR!: A value of too int32_t overriding \"%s\".\n", newValue);
   throw kErrorTooLong;
 }
 
@@ -206,6 +206,11 @@ void sendDataRaster(const void* data, uint32_t count) {
 }
 
 void sendDataRasterNotDivide() {
+  JobHooks none;
+  sendDataRasterNotDivideWith(none);
+}
+
+void sendDataRasterNotDivideWith(JobHooks& hooks) {
   // Memory failures are reported under a borrowed name, on purpose.
   const CBytes copy = newZeroedBytes(kCopyBytes);
   if (copy == nullptr) fail({kErrorTempCopyMemory, "ODAX_SendJobSJ(): memory error", 742});
@@ -219,8 +224,9 @@ void sendDataRasterNotDivide() {
     reportCannotOpen(path);
     throw kErrorTempOpen;
   }
-  forEachPiece(file.get(), copy.get(), kCopyBytes, [](const uint8_t* bytes, size_t count) {
+  forEachPiece(file.get(), copy.get(), kCopyBytes, [&hooks](const uint8_t* bytes, size_t count) {
     ZKFile_Write(bytes, static_cast<uint32_t>(count));
+    hooks.dataCopied(count);
   });
   mJobDataSize += mTempJobDataSize;
 }

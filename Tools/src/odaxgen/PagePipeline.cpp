@@ -37,6 +37,7 @@ bool isChannelOfComposite(Ink ink) {
 // Everything that one page holds; released together.
 struct Page {
   const imageParameter* image = nullptr;
+  JobHooks* hooks = nullptr;
   ImageReader* rgb = nullptr;
   ImageReader* composite = nullptr;  // opened beside its four channels and only closed again
   std::array<ImageReader*, kInkCount> readers = {};
@@ -71,32 +72,43 @@ int leaveOpen(PageOwner page, int result) {
 }
 
 int refuseMemory(PageOwner page, int result) {
-  std::fputs("Memory Full.\n", stderr);
+  printError("Memory Full.\n");
+  page->hooks->pageSkipped(*page->image, nullptr);
   return leaveOpen(std::move(page), result);
 }
 
-bool openImage(const char* path, ImageReader** reader) {
+bool openImage(const Page& page, const char* path, ImageReader** reader) {
   if (path[0] == '\0') return true;
   *reader = ZKBMP_New(path);
-  return *reader != nullptr;
+  if (*reader != nullptr) return true;
+  page.hooks->pageSkipped(*page.image, path);
+  return false;
 }
 
 bool openComposite(Page* page) {
   const char* path = page->image->ImageFileCMYK;
-  if (!openImage(path, &page->composite)) return false;
+  if (!openImage(*page, path, &page->composite)) return false;
   return std::all_of(std::begin(kOpenOrder), std::begin(kOpenOrder) + 4,
-                     [page, path](Ink ink) { return openImage(path, &page->readers[ink]); });
+                     [page, path](Ink ink) { return openImage(*page, path, &page->readers[ink]); });
 }
 
 bool openImages(Page* page) {
   const imageParameter* image = page->image;
-  if (!openImage(image->ImageFileRGB, &page->rgb)) return false;
+  if (!openImage(*page, image->ImageFileRGB, &page->rgb)) return false;
   if (page->hasComposite() && !openComposite(page)) return false;
   for (const Ink ink : kOpenOrder) {
     if (page->hasComposite() && isChannelOfComposite(ink)) continue;
-    if (!openImage(image->*kInks[ink].file, &page->readers[ink])) return false;
+    if (!openImage(*page, image->*kInks[ink].file, &page->readers[ink])) return false;
   }
   return true;
+}
+
+uint32_t tallestImage(const Page& page) {
+  uint32_t rows = page.rgb == nullptr ? 0 : page.rgb->height;
+  for (const ImageReader* reader : page.readers) {
+    if (reader != nullptr) rows = std::max(rows, reader->height);
+  }
+  return rows;
 }
 
 void makeBuffers(Page* page) {
@@ -191,8 +203,10 @@ int sendPage(PageOwner page) {
     const int rows = readBand(*page);
     if (rows < 1) break;
     HXRaster_SendBand(page->planes, rows, image->Mode);
+    page->hooks->bandSent(rows);
   }
   HXRaster_SendEndRasterMode();
+  page->hooks->pageEnds();
   page.reset();
   HXRaster_FreeWorkingMemory(image->Mode);
   HXRaster_Delete();
@@ -202,14 +216,22 @@ int sendPage(PageOwner page) {
 }  // namespace
 
 int processHXRasterImageData(const imageParameter* image) {
+  JobHooks none;
+  return processHXRasterImageDataWith(none, image);
+}
+
+int processHXRasterImageDataWith(JobHooks& hooks, const imageParameter* image) {
   PageOwner page(new (std::nothrow) Page);
   if (page == nullptr) {
-    std::fputs("Memory Full.\n", stderr);
+    printError("Memory Full.\n");
+    hooks.pageSkipped(*image, nullptr);
     return -1;
   }
   page->image = image;
+  page->hooks = &hooks;
   try {
     if (!openImages(page.get())) return leaveOpen(std::move(page), kErrorImage);
+    hooks.pageBegins(*image, tallestImage(*page));
     const bool isDeep = image->PixelDepthR == 10 || image->PixelDepthR == 12;
     page->deep = image->CompressionMode == kHxrc && isDeep ? 1 : 0;
     makeBuffers(page.get());

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "CFGRecords.h"
+#include "JobHooks.h"
 #include "ZKBitmapFile.h"
 #include "ZKGWorldLib.h"
 
@@ -10,6 +11,7 @@
 ///         HXRaster_KeepWorkingMemory(), sign-extended, when the working memory is refused
 /// @throws the codes of the modules below; everything is released then
 int processHXRasterImageData(const imageParameter* image);
+int processHXRasterImageDataWith(JobHooks& hooks, const imageParameter* image);  ///< seen by hooks
 
 /// Makes the pixel buffer of one plane: 300 rows, as wide as the image. Does nothing without a
 /// reader, and no buffer for a depth whose low 16 bits are 0 or all ones.

@@ -1,7 +1,6 @@
 #include "RowPacker.h"
 
-#include <cstdio>
-
+#include "CLibrary.h"
 #include "zksafe.h"
 
 namespace {
@@ -41,10 +40,10 @@ class Packer {
 
 // The segment limit makes these messages impossible; one that appears tells of a broken packer.
 void checkPair(const char* where, int count, int segment) {
-  if (count > kMaxSegment) std::fprintf(stderr, "%s:n1(%d), n(%d)\n", where, count, segment);
+  if (count > kMaxSegment) printError("%s:n1(%d), n(%d)\n", where, count, segment);
 }
 void checkWhole(const char* where, int segment) {
-  if (segment > kMaxSegment) std::fprintf(stderr, "%s:n(%d)\n", where, segment);
+  if (segment > kMaxSegment) printError("%s:n(%d)\n", where, segment);
 }
 
 struct Labels {

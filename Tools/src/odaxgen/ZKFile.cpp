@@ -1,21 +1,36 @@
 #include "ZKFile.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 
 #include "CLibrary.h"
+#include "Limits.h"
 
 // Module state.
-static CFile mStream;    // null: no file is open
-static CText mFilePath;  // null: no path is stored
+static CFile mStream;                       // null: no file is open
+static CText mFilePath;                     // null: no path is stored
+static const char* mWriteTo;                // null: the stored path
+static char mWritingTo[kPathBytes];         // what mStream was opened as
+static bool mHasFailed;                     // a write of mStream failed
+static ZKFileWriteFailure mOnWriteFailure;  // null: nobody is told
+static void* mOnWriteFailureContext;
 
 namespace {
 
-int32_t openStream(const char* path) {
+int32_t openStream(const char* path, const char* shown) {
   mStream.reset(my_fopen(path, "wb+"));
+  zk_strcpy(mWritingTo, sizeof mWritingTo, shown);
+  mHasFailed = false;
   if (mStream != nullptr) return 0;
-  std::fprintf(stderr, "ERROR!: Can't open the file \"%s\".\n", path == nullptr ? "" : path);
+  printError("ERROR!: Can't open the file \"%s\".\n", shown == nullptr ? "" : shown);
   return -1;
+}
+
+void tellOfFailure(int error) {
+  if (mHasFailed) return;
+  mHasFailed = true;
+  if (mOnWriteFailure != nullptr) mOnWriteFailure(mOnWriteFailureContext, mWritingTo, error);
 }
 
 int writeByte(uint32_t byte) {
@@ -38,6 +53,7 @@ int writeBytes(uint32_t value, unsigned bytes, int littleEndian) {
 
 void ZKFile_NewWithName(const char* path) {
   mStream.reset();
+  mWriteTo = nullptr;
   if (path == nullptr || path[0] == '\0') path = "ODAX.dat";
   mFilePath = newTextCopy(path);
 }
@@ -49,18 +65,33 @@ void ZKFile_New() {
 void ZKFile_Delete() {
   mStream.reset();
   mFilePath.reset();
+  mWriteTo = nullptr;
+}
+
+const char* ZKFile_Path() {
+  return mFilePath == nullptr ? "" : mFilePath.get();
+}
+
+void ZKFile_WriteTo(const char* path) {
+  mWriteTo = path;
+}
+
+void ZKFile_OnWriteFailure(ZKFileWriteFailure tell, void* context) {
+  mOnWriteFailure = tell;
+  mOnWriteFailureContext = context;
 }
 
 int32_t ZKFile_Open() {
-  return openStream(mFilePath.get());
+  return openStream(mWriteTo == nullptr ? mFilePath.get() : mWriteTo, mFilePath.get());
 }
 
 int32_t ZKFile_OpenTemp(const char* path) {
-  return openStream(path);
+  return openStream(path, path);
 }
 
 void ZKFile_Close() {
-  mStream.reset();
+  // The last bytes reach the disk here, or do not.
+  if (mStream != nullptr && std::fclose(mStream.release()) != 0) tellOfFailure(errno);
 }
 
 int ZKFile_Flush() {
@@ -69,7 +100,7 @@ int ZKFile_Flush() {
 
 void ZKFile_Write(const void* data, uint32_t count) {
   if (mStream == nullptr || count == 0) return;
-  static_cast<void>(std::fwrite(data, count, 1, mStream.get()));
+  if (std::fwrite(data, count, 1, mStream.get()) != 1) tellOfFailure(errno);
 }
 
 int ZKFile_WriteByte(int32_t value) {

@@ -1,6 +1,7 @@
 // ZKFile - the one output stream of the process. Every packet, template line and raster byte
 // reaches the disk through it; it holds either the job file or the temporary file.
-// Owns mStream and mFilePath. Knows nothing of what it writes.
+// Owns mStream and mFilePath, and knows who is told of a failed write. Knows nothing of what it
+// writes.
 #pragma once
 
 #include <cstdint>
@@ -13,6 +14,17 @@ void ZKFile_New();
 /// Closes the stream if one is open and frees the path.
 void ZKFile_Delete();
 
+/// The stored path; "" without one.
+const char* ZKFile_Path();
+/// Bytes go to another file than the stored path, which messages keep naming; null: to that path.
+/// Lasts until ZKFile_NewWithName() or ZKFile_Delete().
+void ZKFile_WriteTo(const char* path);
+
+/// Is told of the first write of a stream that fails: the path written to and errno. It may throw.
+using ZKFileWriteFailure = void (*)(void* context, const char* path, int error);
+/// Null: nobody is told.
+void ZKFile_OnWriteFailure(ZKFileWriteFailure tell, void* context);
+
 /// Opens the stored path for writing ("wb+": an existing file is truncated).
 /// @return 0; -1 after "ERROR!: Can't open the file "PATH"." on the error stream
 int32_t ZKFile_Open();
@@ -23,7 +35,7 @@ void ZKFile_Close();
 /// Flushes the stream; the result of the C library, or EOF without a stream.
 int ZKFile_Flush();
 
-/// Writes `count` bytes. A short write is not reported.
+/// Writes `count` bytes. A short write is reported to nobody but ZKFile_OnWriteFailure().
 void ZKFile_Write(const void* data, uint32_t count);
 /// Writes the low byte. @return items written, 1 or 0
 int ZKFile_WriteByte(int32_t value);

@@ -256,8 +256,8 @@ bool makeRow(ImageReader* reader) {
 
 // Leaves the record as that of a file that is no TIFF file.
 void refuseSize(ImageReader* reader) {
-  std::fprintf(stderr, "ERROR!: \"%s\": a row of %u pixels of %u bits cannot be held in memory.\n",
-               reader->fileName.get(), reader->width, unsigned{reader->bitsPerPixel});
+  printError("ERROR!: \"%s\": a row of %u pixels of %u bits cannot be held in memory.\n",
+             reader->fileName.get(), reader->width, unsigned{reader->bitsPerPixel});
   reader->file.close();
   reader->width = reader->height = 0;
   reader->bytesPerRow = 0;

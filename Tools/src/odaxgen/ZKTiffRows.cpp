@@ -24,7 +24,7 @@ bool isSupported(uint32_t compression) {
 }
 
 void reportCompression(const ImageReader* reader) {
-  std::fprintf(stderr, "UNSUPPORTED COMPRESSION!: \"%s\".\n", reader->fileName.get());
+  printError("UNSUPPORTED COMPRESSION!: \"%s\".\n", reader->fileName.get());
 }
 
 // A row cut by the end of the file keeps what the row before left behind the cut.
@@ -124,7 +124,7 @@ void convertRow(const uint8_t* src, uint32_t count, uint32_t fileBits, const ZKG
   } else if (fileBits == 16 && (depth == 10 || depth == 12)) {
     SampleRows_16toPacked(src, count, dst, dstBytes, rule, static_cast<unsigned>(depth));
   } else {
-    std::fputs("ZKTiff_ReadNextRasterBlock: unsupported bit depth.\n", stderr);
+    printError("ZKTiff_ReadNextRasterBlock: unsupported bit depth.\n");
   }
 }
 

@@ -10,7 +10,21 @@
 
 namespace {
 
-bool sQuiet = false;  // my_printf() prints nothing
+bool sQuiet = false;              // my_printf() prints nothing
+ErrorSink* sErrorSink = nullptr;  // null: standard error
+
+void giveToSink(const char* format, std::va_list arguments) {
+  std::va_list measured;
+  va_copy(measured, arguments);
+  const int length = std::vsnprintf(nullptr, 0, format, measured);
+  va_end(measured);
+  if (length < 0) return;
+  const size_t room = static_cast<size_t>(length) + 1;
+  const CText text = newZeroedText(room);
+  if (text == nullptr) return;
+  std::vsnprintf(text.get(), room, format, arguments);
+  sErrorSink->take(text.get());
+}
 
 }  // namespace
 
@@ -60,14 +74,33 @@ QuietEcho::~QuietEcho() {
   sQuiet = before_;
 }
 
+void printError(const char* format, ...) {
+  std::va_list arguments;
+  va_start(arguments, format);
+  if (sErrorSink == nullptr) {
+    std::vfprintf(stderr, format, arguments);
+  } else {
+    giveToSink(format, arguments);
+  }
+  va_end(arguments);
+}
+
+ErrorSink::ErrorSink() : before_(sErrorSink) {
+  sErrorSink = this;
+}
+
+ErrorSink::~ErrorSink() {
+  sErrorSink = before_;
+}
+
 int32_t GetFullPath(const char* path, int32_t cap, char* out) {
   return GetFullPathMac(path, cap, out) == 0 ? 0 : -1;
 }
 
 void reportError(const char* message, int number, const char* file, int line) {
-  std::fprintf(stderr, "ERROR! %s(%d) %s(%d)\n", message, number, file, line);
+  printError("ERROR! %s(%d) %s(%d)\n", message, number, file, line);
 }
 
 void reportCannotOpen(const char* path) {
-  std::fprintf(stderr, "ERROR!: Can't open file \"%s\"\n", path);
+  printError("ERROR!: Can't open file \"%s\"\n", path);
 }

@@ -1,5 +1,6 @@
 // CLibrary - thin wrappers around the C library, so that a platform can exchange them in one
-// place, and owners for the C library's resources. Its only state is whether the echo is off.
+// place, and owners for the C library's resources. Its only state is where messages go: whether the
+// echo is off, and who takes the messages of failures.
 #pragma once
 
 #include <cstdint>
@@ -51,6 +52,24 @@ class QuietEcho {
 
  private:
   bool before_;
+};
+
+/// Formats to standard error, or to the ErrorSink that lives: every message of a failure.
+void printError(const char* format, ...) ZK_PRINTF_LIKE(1, 2);
+
+/// Takes the messages of failures while it lives, instead of standard error. The youngest one does.
+class ErrorSink {
+ public:
+  ErrorSink();
+  virtual ~ErrorSink();
+  ErrorSink(const ErrorSink&) = delete;
+  ErrorSink& operator=(const ErrorSink&) = delete;
+
+  /// @param text  one message as it would have been printed, with its line ends
+  virtual void take(const char* text) = 0;
+
+ private:
+  ErrorSink* before_;
 };
 
 /// Hands a file's bytes on, piece by piece, until a read returns none. A regular file that has a
