@@ -1,5 +1,7 @@
 # The command and what stands behind its subcommands. The library needs none of this.
 
+include(OdaxgenVersion)
+
 find_package(CLI11 REQUIRED)
 find_package(nlohmann_json REQUIRED)
 find_package(PNG REQUIRED)
@@ -19,11 +21,16 @@ target_include_directories(odaxgen-jobverify PUBLIC Tools/src/jobverify
 target_link_libraries(odaxgen-jobverify PUBLIC odaxgen-jobreader PRIVATE TIFF::TIFF)
 odaxgen_strict(odaxgen-jobverify)
 
+# Takes unfinished files away, whichever way the process ends.
+add_library(odaxgen-leftovers STATIC EXCLUDE_FROM_ALL Tools/src/leftovers/Leftovers.cpp)
+target_include_directories(odaxgen-leftovers PUBLIC Tools/src/leftovers)
+odaxgen_strict(odaxgen-leftovers)
+
 # Draws the pages of a job file.
 file(GLOB jobrender CONFIGURE_DEPENDS Tools/src/jobrender/*.cpp)
 add_library(odaxgen-jobrender STATIC EXCLUDE_FROM_ALL ${jobrender})
 target_include_directories(odaxgen-jobrender PUBLIC Tools/src/jobrender)
-target_link_libraries(odaxgen-jobrender PUBLIC odaxgen-jobreader PRIVATE PNG::PNG)
+target_link_libraries(odaxgen-jobrender PUBLIC odaxgen-jobreader PRIVATE odaxgen-leftovers PNG::PNG)
 odaxgen_strict(odaxgen-jobrender)
 
 file(GLOB command CONFIGURE_DEPENDS Tools/src/command/*.cpp)
@@ -31,8 +38,10 @@ add_executable(odaxgen-cli ${command})
 set_target_properties(odaxgen-cli PROPERTIES OUTPUT_NAME odaxgen
   RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR})
 target_compile_definitions(odaxgen-cli PRIVATE ODAXGEN_VERSION="${PROJECT_VERSION}")
+odaxgen_add_revision(odaxgen-cli)
 # The modules themselves, not the library: a shared one exports makeODAXData only, and verify reads
 # configurations too.
-target_link_libraries(odaxgen-cli PRIVATE odaxgen-jobverify odaxgen-jobrender odaxgen-modules
+target_link_libraries(odaxgen-cli PRIVATE odaxgen-jobverify odaxgen-jobrender
+  odaxgen-leftovers odaxgen-modules TIFF::TIFF
   ${ODAXGEN_PLATFORM_LIBRARIES} CLI11::CLI11 nlohmann_json::nlohmann_json)
 odaxgen_strict(odaxgen-cli)

@@ -63,20 +63,23 @@ TEST(Command, AConfigurationWhoseNameBeginsWithADashFollowsTwoDashes) {
   EXPECT_EQ(folder.text("job.odx"), kJobFile);
 }
 
-TEST(Command, AThrownCodeIsTheLastLineAndExits1) {
+TEST(Command, AThrownCodeIsSaidWithWhatToDoAndExits1) {
   const TempFolder folder;
   folder.write("job.cfg", "[Global]\nNoSuchKey=1\n");
   const ProgramResult result = odaxgen(folder, {"job.cfg"});
   EXPECT_EQ(result.exitCode, 1);
-  EXPECT_EQ(result.err, "UNKNOWN ITEM!: line 2.\nNoSuchKey=1\nodaxgen: job failed with code -12\n");
+  EXPECT_EQ(result.err,
+            "UNKNOWN ITEM!: line 2.\nNoSuchKey=1\nodaxgen: job failed with code -12\n"
+            "odaxgen: Correct the key or move the line to its section. [Global] has\n"
+            "odaxgen: OutFilePath, SplitDataSize, ImageProcessingFile and SendDataFile.\n");
 }
 
 TEST(Command, AMissingConfigurationIsAFailedJob) {
   const TempFolder folder;
   const ProgramResult result = odaxgen(folder, {"none.cfg"});
   EXPECT_EQ(result.exitCode, 1);
-  EXPECT_EQ(result.err, "ERROR!: Can't open file \"" + folder.path("none.cfg") +
-                            "\"\nodaxgen: job failed with code -3\n");
+  EXPECT_THAT(result.err, StartsWith("ERROR!: Can't open file \"" + folder.path("none.cfg") +
+                                     "\"\nodaxgen: job failed with code -3\nodaxgen: "));
 }
 
 TEST(Command, WrongUsageExits2AndSaysWhereHelpIs) {
@@ -103,23 +106,46 @@ TEST(Command, WrongUsageExits2AndSaysWhereHelpIs) {
   }
 }
 
+TEST(Command, AnEmptyNameIsWrongUsage) {
+  const TempFolder folder;
+  const ProgramResult result = odaxgen(folder, {""});
+  EXPECT_EQ(result.exitCode, 2);
+  EXPECT_EQ(result.err, "odaxgen: CONFIG: the name is empty\ntry 'odaxgen --help'\n");
+  EXPECT_EQ(odaxgen(folder, {"run", ""}).exitCode, 2);
+}
+
+TEST(Command, AMistypedSubcommandIsGuessed) {
+  const TempFolder folder;
+  const ProgramResult alone = odaxgen(folder, {"verfy"});
+  EXPECT_EQ(alone.exitCode, 2);
+  EXPECT_EQ(alone.err,
+            "odaxgen: verfy is neither a file nor a subcommand\n"
+            "odaxgen: did you mean 'odaxgen verify'?\ntry 'odaxgen --help'\n");
+  EXPECT_THAT(odaxgen(folder, {"inpsect", "job.odx"}).err,
+              HasSubstr("odaxgen: did you mean 'odaxgen inspect'?\n"));
+  EXPECT_EQ(odaxgen(folder, {"poster.cfg"}).exitCode, 1) << "resembles no subcommand";
+  writeJob(folder, "verfy");
+  EXPECT_EQ(odaxgen(folder, {"verfy"}).exitCode, 0) << "it is a file";
+}
+
 TEST(Command, HelpAndVersionGoToStandardOutput) {
   const TempFolder folder;
   for (const char* option : {"--help", "-h"}) {
     const ProgramResult help = odaxgen(folder, {option});
     EXPECT_EQ(help.exitCode, 0);
-    EXPECT_THAT(help.out, HasSubstr("Usage: odaxgen [OPTIONS] [CONFIG] [SUBCOMMAND]\n"));
+    EXPECT_THAT(help.out, HasSubstr("Usage: odaxgen CONFIG\n       odaxgen SUBCOMMAND "));
     EXPECT_THAT(help.out, HasSubstr("Exit codes: 0 done; 1 the job failed, "));
     EXPECT_EQ(help.err, "");
   }
   const ProgramResult version = odaxgen(folder, {"--version"});
   EXPECT_EQ(version.exitCode, 0);
-  EXPECT_THAT(version.out, testing::MatchesRegex("odaxgen [0-9]+\\.[0-9]+\\.[0-9]+\n"));
+  EXPECT_THAT(version.out, testing::MatchesRegex(
+                               "odaxgen [0-9]+\\.[0-9]+\\.[0-9]+( \\([0-9a-f]+(-dirty)?\\))?\n"));
 }
 
 TEST(Command, ASubcommandHasItsOwnHelp) {
   const TempFolder folder;
-  for (const char* subcommand : {"inspect", "verify", "render"}) {
+  for (const char* subcommand : {"run", "check", "inspect", "verify", "render", "init"}) {
     SCOPED_TRACE(subcommand);
     const ProgramResult help = odaxgen(folder, {subcommand, "--help"});
     EXPECT_EQ(help.exitCode, 0);

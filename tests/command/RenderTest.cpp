@@ -2,9 +2,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "ExampleJob.h"
@@ -80,6 +82,21 @@ TEST(RenderExample, WhatIsNotInTheJobIsNamed) {
   EXPECT_EQ(ink.exitCode, 1);
   EXPECT_THAT(ink.err, HasSubstr("PBK"));
   EXPECT_FALSE(folder.exists("out/page-1.png"));
+}
+
+TEST(RenderExample, AnInterruptLeavesNoUnfinishedPicture) {
+  const ExampleJob folder;
+  RunningProgram render(odaxgenWith({"render", "newsletter/newsletter.odx", "-o", "out"}),
+                        folder.path());
+  const auto hasBegun = [&] {
+    return folder.exists("out") && !std::filesystem::is_empty(folder.path("out"));
+  };
+  while (!hasBegun()) std::this_thread::yield();
+  render.signal(SIGINT);
+  render.wait();
+  for (const auto& entry : std::filesystem::directory_iterator(folder.path("out"))) {
+    EXPECT_EQ(entry.path().extension(), ".png") << entry.path();
+  }
 }
 
 TEST(RenderExample, ADamagedFileIsNotDrawn) {

@@ -111,13 +111,13 @@ TEST_F(JobRequestTest, TemplatesAreThoseOfTheConfiguration) {
   EXPECT_TRUE(request.pages.empty());
 }
 
-TEST_F(JobRequestTest, RelativeTemplatesLieBesideTheProgram) {
+TEST_F(JobRequestTest, RelativeTemplatesAndDataLieBesideTheConfiguration) {
   const JobRequest request =
       read("[Global]\nSendDataFile=\"data\"\n[ODAX]\nStartJobXmlFile=\"s\"\n");
-  EXPECT_EQ(request.templates.startJob, executableFolder() + "/s");
+  EXPECT_EQ(request.templates.startJob, folder.path("s"));
   EXPECT_EQ(request.templates.endJob, "");
   EXPECT_FALSE(request.templates.hasVendorCmd);
-  EXPECT_EQ(request.sendDataFile, "data") << "opened as it is written";
+  EXPECT_EQ(request.sendDataFile, folder.path("data"));
 }
 
 TEST_F(JobRequestTest, OverridesKeepTheirOrder) {

@@ -1,10 +1,10 @@
-// Progress - one rewritten line on standard error for work that takes longer than a second. Only on
-// a terminal; erased at the end.
+// Progress - how far the reading of a file is: "reading poster.odx  45 %".
 #pragma once
 
-#include <chrono>
 #include <cstdint>
 #include <string>
+
+#include "StatusLine.h"
 
 namespace command {
 
@@ -14,22 +14,15 @@ class Progress {
   /// @param path   of the file; its name is shown
   /// @param total  amount of work, in the unit that is reported
   Progress(const std::string& verb, const std::string& path, uint64_t total);
-  ~Progress();
-  Progress(const Progress&) = delete;
-  Progress& operator=(const Progress&) = delete;
 
   void report(uint64_t done);
   /// Takes the line away. Nothing else may be written to the terminal before.
-  void erase();
+  void erase() { line_.erase(); }
 
  private:
-  using Clock = std::chrono::steady_clock;
-
   std::string label_;
   uint64_t total_;
-  bool isTerminal_;
-  bool isShown_ = false;
-  Clock::time_point next_;  // when the line is written next
+  StatusLine line_;
 };
 
 }  // namespace command

@@ -2,11 +2,24 @@
 
 #include <cstdio>
 #include <exception>
+#include <sstream>
+#include <string_view>
 
 #include "JobRequest.h"
 #include "Subcommands.h"
 
 namespace command {
+
+namespace {
+
+std::string shownCharacter(char c) {
+  constexpr char kDigits[] = "0123456789ABCDEF";
+  const auto byte = static_cast<unsigned char>(c);
+  if (byte >= 0x20 && byte != 0x7F) return {c};
+  return {'\\', 'x', kDigits[byte >> 4], kDigits[byte & 0xF]};
+}
+
+}  // namespace
 
 void complain(const std::string& text) {
   std::fprintf(stderr, "odaxgen: %s\n", text.c_str());
@@ -34,17 +47,34 @@ std::optional<jobreader::KnownJob> knownJobOf(const std::string& config) {
 }
 
 std::string printable(const std::string& text) {
-  constexpr char kDigits[] = "0123456789ABCDEF";
   std::string shown;
-  for (const char c : text) {
-    const auto byte = static_cast<unsigned char>(c);
-    if (byte >= 0x20 && byte != 0x7F) {
-      shown += c;
-      continue;
-    }
-    shown += {'\\', 'x', kDigits[byte >> 4], kDigits[byte & 0xF]};
-  }
+  for (const char c : text) shown += shownCharacter(c);
   return shown;
+}
+
+std::string printableLines(const std::string& text) {
+  std::string shown;
+  for (const char c : text) shown += c == '\n' ? "\n" : shownCharacter(c);
+  return shown;
+}
+
+std::vector<std::string> wrapped(const std::string& text, size_t columns) {
+  std::vector<std::string> lines;
+  std::istringstream words(text);
+  for (std::string word; words >> word;) {
+    const bool fits = !lines.empty() && lines.back().size() + 1 + word.size() <= columns;
+    if (fits) {
+      lines.back() += " " + word;
+    } else {
+      lines.push_back(word);
+    }
+  }
+  return lines;
+}
+
+void complainWrapped(const std::string& text) {
+  constexpr size_t kColumns = 80 - std::string_view("odaxgen: ").size();
+  for (const std::string& line : wrapped(text, kColumns)) complain(line);
 }
 
 std::string grouped(uint64_t number) {

@@ -5,6 +5,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "KnownJob.h"
 
@@ -13,6 +14,13 @@ namespace command {
 /// Prints "odaxgen: TEXT" on standard error.
 void complain(const std::string& text);
 
+/// The same for a longer text: lines of at most 80 columns, each with "odaxgen: " in front. Nothing
+/// for an empty text.
+void complainWrapped(const std::string& text);
+
+/// Cuts a text at blanks into lines of at most `columns`; a longer word has a line of its own.
+std::vector<std::string> wrapped(const std::string& text, size_t columns);
+
 /// Runs `work`, which gives an exit code. What it throws is said on standard error and becomes 1.
 int guarded(const std::function<int()>& work);
 
@@ -20,8 +28,11 @@ int guarded(const std::function<int()>& work);
 /// @throws jobverify::RefusedConfiguration
 std::optional<jobreader::KnownJob> knownJobOf(const std::string& config);
 
-/// A text for a terminal: control characters are shown as \xNN.
+/// A text for a terminal: control characters are shown in hexadecimal, as `\xNN`.
 std::string printable(const std::string& text);
+
+/// The same for several lines, which stay lines.
+std::string printableLines(const std::string& text);
 
 /// 1234567 as "1,234,567".
 std::string grouped(uint64_t number);

@@ -1,42 +1,73 @@
-// odaxgen CONFIG - runs one job through the library.
-
-#include <odaxgen/ODAXGen.h>
+// odaxgen run - runs jobs; "odaxgen CONFIG" is the same for one.
 
 #include <cstdio>
-#include <exception>
-#include <filesystem>
 #include <string>
-#include <system_error>
+#include <vector>
 
+#include "JobRunner.h"
+#include "Report.h"
+#include "RunReport.h"
 #include "Subcommands.h"
 
 namespace command {
 
 namespace {
 
-// The library completes relative paths with its application's folder; a command is expected to
-// start from the current one.
-std::string absolutePath(const std::string& path) {
-  if (path.empty() || path.front() == '/') return path;
-  std::error_code error;
-  const std::filesystem::path folder = std::filesystem::current_path(error);
-  return error ? path : (folder / path).string();
+struct Options {
+  std::vector<std::string> configs;
+  bool isJson = false;
+  RunOptions run;
+};
+
+// A failed job does not keep the later ones from running.
+int runAll(const Options& options) {
+  const bool areMany = options.configs.size() > 1;
+  std::vector<JobResult> results;
+  int exitCode = kExitDone;
+  for (const std::string& config : options.configs) {
+    JobResult result = runOneJob(config, options.run);
+    std::fflush(stdout);  // the echo comes before what is said about the job
+    if (!options.isJson) reportResult(result, areMany);
+    if (!result.isDone) exitCode = kExitFailed;
+    if (options.isJson) results.push_back(std::move(result));
+  }
+  if (options.isJson) std::fputs(resultsAsJson(results).c_str(), stdout);
+  return exitCode;
+}
+
+std::string refuseEmpty(const std::string& config) {
+  return config.empty() ? "the name is empty" : "";
 }
 
 }  // namespace
 
-int runJob(const std::string& config) {
-  try {
-    makeODAXData(absolutePath(config).c_str());
-    return kExitDone;
-  } catch (int code) {
-    std::fprintf(stderr, "odaxgen: job failed with code %d\n", code);
-  } catch (const char* text) {
-    std::fprintf(stderr, "odaxgen: job failed: %s\n", text);
-  } catch (const std::exception& error) {
-    std::fprintf(stderr, "odaxgen: job failed: %s\n", error.what());
-  }
-  return kExitFailed;
+int runJobOf(const std::string& config) {
+  Options options;
+  options.configs.push_back(config);
+  return guarded([&] { return runAll(options); });
+}
+
+void addRun(CLI::App& app, int& exitCode) {
+  CLI::App* sub = app.add_subcommand("run", "Run jobs: write the job files that they ask for");
+  auto options = std::make_shared<Options>();
+  sub->add_option("CONFIG", options->configs, "the jobs")
+      ->required()
+      ->check(CLI::Validator(refuseEmpty, ""));
+  sub->add_flag("-q,--quiet", options->run.isQuiet, "no echo of the settings, no progress");
+  sub->add_flag("--json", options->isJson, "results as JSON on standard output, and no echo");
+  sub->add_flag("--keep-partial", options->run.keepsPartialOutput,
+                "keep what a failed job has written, as OUTPUT.partial");
+  sub->footer(
+      "\nRelative paths in a configuration start at its folder. A job file takes its place when "
+      "it\n"
+      "is whole: a job that fails or is interrupted leaves an earlier one as it was.\n"
+      "\n"
+      "Exit codes: 0 done; 1 a job failed; 2 wrong usage.\n");
+  sub->callback([options, &exitCode] {
+    options->run.isQuiet = options->run.isQuiet || options->isJson;
+    options->run.keepsMessages = options->isJson;
+    exitCode = guarded([&] { return runAll(*options); });
+  });
 }
 
 }  // namespace command

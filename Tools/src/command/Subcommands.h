@@ -12,13 +12,18 @@ constexpr int kExitFailed =
 constexpr int kExitUsage = 2;
 
 /// odaxgen CONFIG: runs a job. @return the exit code
-int runJob(const std::string& config);
-
+int runJobOf(const std::string& config);
+/// odaxgen run CONFIG...
+void addRun(CLI::App& app, int& exitCode);
 /// odaxgen inspect FILE
 void addInspect(CLI::App& app, int& exitCode);
 /// odaxgen verify CONFIG [FILE]
 void addVerify(CLI::App& app, int& exitCode);
 /// odaxgen render FILE -o FOLDER
 void addRender(CLI::App& app, int& exitCode);
+/// odaxgen explain CODE
+void addExplain(CLI::App& app, int& exitCode);
+/// odaxgen init FOLDER
+void addInit(CLI::App& app, int& exitCode);
 
 }  // namespace command

@@ -2,17 +2,25 @@
 
 #include <CLI/CLI.hpp>
 #include <cstdio>
-#include <iostream>
+#include <filesystem>
+#include <memory>
 #include <string>
+#include <system_error>
+#include <utility>
+#include <vector>
 
+#include "Leftovers.h"
 #include "Report.h"
 #include "Subcommands.h"
+#include "Suggestion.h"
+#include "Version.h"
 
 namespace {
 
 constexpr const char* kFooter =
     "\n"
     "Examples:\n"
+    "  odaxgen init first                  writes a job to start from into the folder 'first'\n"
     "  odaxgen poster.cfg                  writes the file that OutFilePath names\n"
     "  odaxgen verify poster.cfg           proves that this file is right\n"
     "  odaxgen inspect poster.odx          says what is in it\n"
@@ -21,24 +29,48 @@ constexpr const char* kFooter =
     "\n"
     "Exit codes: 0 done; 1 the job failed, the file is damaged or differs; 2 wrong usage.\n";
 
+class HelpFormatter : public CLI::Formatter {
+ public:
+  HelpFormatter() {
+    label("REQUIRED", "");
+    label("TEXT", "");
+  }
+  std::string make_usage(const CLI::App* app, std::string name) const override {
+    if (app->get_parent() != nullptr) return CLI::Formatter::make_usage(app, std::move(name));
+    return "Usage: odaxgen CONFIG\n       odaxgen SUBCOMMAND [OPTIONS] ...\n";
+  }
+};
+
 void declare(CLI::App& app, std::string& config, int& exitCode) {
   app.name("odaxgen");
   app.description(
       "Turns a plain-text job description into a printer job file, and reads job files "
       "back.");
+  app.formatter(std::make_shared<HelpFormatter>());
   app.footer(kFooter);
-  app.set_version_flag("--version", "odaxgen " ODAXGEN_VERSION);
-  app.add_option("CONFIG", config, "the job to run");
-  app.get_formatter()->label("REQUIRED", "");
-  app.get_formatter()->label("TEXT", "");
+  app.set_version_flag("--version", command::versionText());
+  app.add_option("CONFIG", config, "the job to run, as 'odaxgen run CONFIG' does");
   app.require_subcommand(0, 1);
-  command::addInspect(app, exitCode);
+  command::addRun(app, exitCode);
   command::addVerify(app, exitCode);
+  command::addInspect(app, exitCode);
   command::addRender(app, exitCode);
+  command::addExplain(app, exitCode);
+  command::addInit(app, exitCode);
 }
 
-int failUsage(const CLI::App& app, const std::string& what) {
+// Whoever mistypes a subcommand gives a configuration that is not there.
+std::string mistypedSubcommand(const CLI::App& app, const std::string& config) {
+  std::error_code error;
+  if (config.empty() || std::filesystem::exists(config, error)) return "";
+  std::vector<std::string> names;
+  for (const CLI::App* each : app.get_subcommands({})) names.push_back(each->get_name());
+  return command::suggestion(config, names);
+}
+
+int failUsage(const CLI::App& app, const std::string& what, const std::string& meant = "") {
   command::complain(what);
+  if (!meant.empty()) command::complain("did you mean 'odaxgen " + meant + "'?");
   std::string help = "odaxgen";
   for (const CLI::App* chosen : app.get_subcommands()) help += " " + chosen->get_name();
   std::fprintf(stderr, "try '%s --help'\n", help.c_str());
@@ -55,15 +87,19 @@ int run(int argc, char** argv) {
   } catch (const CLI::Success& asked) {  // help or version
     return app.exit(asked);
   } catch (const CLI::ParseError& error) {
-    return failUsage(app, error.what());
+    return failUsage(app, error.what(), mistypedSubcommand(app, config));
   }
   if (!app.get_subcommands().empty()) return exitCode;
   if (app.count("CONFIG") == 0) return failUsage(app, "missing CONFIG");
-  return command::runJob(config);
+  if (config.empty()) return failUsage(app, "CONFIG: the name is empty");
+  const std::string meant = mistypedSubcommand(app, config);
+  if (!meant.empty()) return failUsage(app, config + " is neither a file nor a subcommand", meant);
+  return command::runJobOf(config);
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
+  leftovers::watchSignals();
   return command::guarded([&] { return run(argc, argv); });
 }

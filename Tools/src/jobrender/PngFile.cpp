@@ -11,9 +11,11 @@
 #include <csetjmp>
 #include <cstdio>
 #include <cstring>
+#include <optional>
 #include <stdexcept>
 #include <type_traits>
 
+#include "Leftovers.h"
 #include "ReadError.h"
 
 namespace jobrender {
@@ -39,24 +41,17 @@ bool exists(const std::string& path) {
 class PartialFile {
  public:
   explicit PartialFile(const std::string& target) : target_(target) {
-    const std::string stem = target + "." + std::to_string(::getpid()) + ".";
-    int file = -1;
-    for (int attempt = 0; file < 0 && attempt < kAttempts; ++attempt) {
-      path_ = stem + std::to_string(attempt) + ".part";
-      file = ::open(path_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-      if (file < 0 && errno != EEXIST) break;
-    }
+    const leftovers::SignalPause pause;
+    const int file = makeBeside(target);
     if (file < 0) fail(target, std::strerror(errno));
     stream_ = ::fdopen(file, "wb");
     if (stream_ != nullptr) return;
     const int cause = errno;
     ::close(file);
-    ::unlink(path_.c_str());
     fail(target, std::strerror(cause));
   }
   ~PartialFile() {
     if (stream_ != nullptr) std::fclose(stream_);
-    if (!path_.empty()) ::unlink(path_.c_str());
   }
   PartialFile(const PartialFile&) = delete;
   PartialFile& operator=(const PartialFile&) = delete;
@@ -68,15 +63,29 @@ class PartialFile {
     stream_ = nullptr;
     // What is still in the stream's buffer may be what the disk has no room for.
     if (std::fclose(stream) != 0) fail(target_, std::strerror(errno));
-    if (std::rename(path_.c_str(), target_.c_str()) != 0) fail(target_, std::strerror(errno));
-    path_.clear();
+    if (std::rename(file_->path().c_str(), target_.c_str()) != 0) {
+      fail(target_, std::strerror(errno));
+    }
+    file_->keep();
   }
 
  private:
   static constexpr int kAttempts = 100;
 
+  // A descriptor, or -1 and errno.
+  int makeBeside(const std::string& target) {
+    const std::string stem = target + "." + std::to_string(::getpid()) + ".";
+    for (int attempt = 0; attempt < kAttempts; ++attempt) {
+      const std::string path = stem + std::to_string(attempt) + ".part";
+      const int file = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+      if (file >= 0) file_.emplace(path, leftovers::Leftover::Kind::kFile);
+      if (file >= 0 || errno != EEXIST) return file;
+    }
+    return -1;
+  }
+
   std::string target_;
-  std::string path_;  // empty: there is nothing to remove
+  std::optional<leftovers::Leftover> file_;
   std::FILE* stream_ = nullptr;
 };
 

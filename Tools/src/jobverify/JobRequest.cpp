@@ -10,7 +10,6 @@
 #include "CLibrary.h"
 #include "ExpectedStream.h"
 #include "ImageRules.h"
-#include "Mac_Depend.h"
 #include "ODAXGen.h"
 #include "ReductionTables.h"
 
@@ -82,20 +81,16 @@ std::string fileName(const std::string& path) {
   return std::filesystem::path(path).filename().string();
 }
 
-// The library completes relative paths with its application's folder; a command is expected to
-// start from the current one.
-std::string absolutePath(const std::string& path) {
-  if (path.empty() || path.front() == '/') return path;
-  std::error_code error;
-  const std::filesystem::path folder = std::filesystem::current_path(error);
-  return error ? path : (folder / path).string();
+// Templates and the data file start at the configuration's folder, as the command runs jobs.
+std::string besideConfiguration(const parameter& record, const char* path) {
+  if (path[0] == '\0' || path[0] == '/') return path;
+  return std::string(record.CFGFileDirectory) + "/" + path;
 }
 
-// Templates belong to the installation. A path that does not fit is as good as none.
-std::string templatePath(const char* path) {
-  PathText full = {};
-  if (path[0] != '\0') GetFullPathMac(path, static_cast<int32_t>(kPathBytes), full);
-  return full;
+// A path that does not fit is as good as none.
+std::string templatePath(const parameter& record, const char* path) {
+  const std::string full = besideConfiguration(record, path);
+  return full.size() < kPathBytes ? full : "";
 }
 
 void readPacking(int32_t splitSize, jobreader::JobTemplates& templates) {
@@ -123,12 +118,12 @@ void readOverrides(const OverrideLists& lists, jobreader::JobTemplates& template
 jobreader::JobTemplates readTemplates(const parameter& record, const OverrideLists& overrides,
                                       int32_t hasVendorCmd) {
   jobreader::JobTemplates templates;
-  templates.startJob = templatePath(record.StartJobXmlFile);
-  templates.setJobConfiguration = templatePath(record.SetJobConfigurationXmlFile);
-  templates.setConfiguration = templatePath(record.SetConfigurationXmlFile);
-  templates.vendorCmd = templatePath(record.VendorCmdXmlFile);
-  templates.sendData = templatePath(record.SendDataXmlFile);
-  templates.endJob = templatePath(record.EndJobXmlFile);
+  templates.startJob = templatePath(record, record.StartJobXmlFile);
+  templates.setJobConfiguration = templatePath(record, record.SetJobConfigurationXmlFile);
+  templates.setConfiguration = templatePath(record, record.SetConfigurationXmlFile);
+  templates.vendorCmd = templatePath(record, record.VendorCmdXmlFile);
+  templates.sendData = templatePath(record, record.SendDataXmlFile);
+  templates.endJob = templatePath(record, record.EndJobXmlFile);
   templates.hasVendorCmd = hasVendorCmd != 0;
   readPacking(record.SplitDataSize, templates);
   readOverrides(overrides, templates);
@@ -300,7 +295,7 @@ class PageReader {
 JobRequest requestOf(const parameter& record, Images& images) {
   JobRequest request;
   request.outputPath = record.OutFilePath;
-  request.sendDataFile = record.SendDataFile;
+  request.sendDataFile = besideConfiguration(record, record.SendDataFile);
   request.resolutionH = static_cast<uint32_t>(record.GraphicsResolutionH);
   request.resolutionV = static_cast<uint32_t>(record.GraphicsResolutionV);
   request.tables = readTables(record);
@@ -340,6 +335,13 @@ jobreader::PageFormat formatOf(const PageRequest& page) {
 }
 
 }  // namespace
+
+std::string absolutePath(const std::string& path) {
+  if (path.empty() || path.front() == '/') return path;
+  std::error_code error;
+  const std::filesystem::path folder = std::filesystem::current_path(error);
+  return error ? path : (folder / path).string();
+}
 
 JobRequest readRequest(const std::string& path) {
   const QuietEcho quiet;

@@ -84,6 +84,10 @@ struct RefusedConfiguration {
   int code = 0;
 };
 
+/// The path of a configuration for the library, which completes relative ones with its
+/// application's folder: a command is expected to start from the current one.
+std::string absolutePath(const std::string& path);
+
 /// Reads a configuration, and of its image files what they are.
 /// @param path  of the configuration; a relative one starts at the current folder
 /// @throws RefusedConfiguration

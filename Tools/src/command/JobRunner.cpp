@@ -1,0 +1,166 @@
+#include "JobRunner.h"
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <chrono>
+#include <cstdio>
+#include <cstring>
+#include <exception>
+#include <filesystem>
+#include <map>
+#include <system_error>
+
+#include "CFGRecords.h"
+#include "HXRasterLib.h"
+#include "JobProgress.h"
+#include "JobRequest.h"
+#include "ODAXGen.h"
+#include "ODAXOutLib.h"
+#include "PrivateFolder.h"
+#include "Report.h"
+#include "StagedOutput.h"
+
+namespace command {
+
+namespace {
+
+constexpr int kWriteFailed = 1;  // ends a job; the library's own codes are negative
+
+// The library's messages: kept, or passed on with the progress out of their way.
+class Messages : public ErrorSink {
+ public:
+  Messages(JobProgress& progress, bool areKept)
+      : progress_(progress), areKept_(areKept), isTerminal_(isatty(STDERR_FILENO) == 1) {}
+
+  void take(const char* text) override {
+    if (areKept_) {
+      kept_ += text;
+      return;
+    }
+    progress_.erase();
+    // Lines of a file that is no configuration must not drive the terminal.
+    std::fputs(isTerminal_ ? printableLines(text).c_str() : text, stderr);
+  }
+  [[nodiscard]] const std::string& kept() const { return kept_; }
+
+ private:
+  JobProgress& progress_;
+  bool areKept_;
+  bool isTerminal_;
+  std::string kept_;
+};
+
+class RunHooks : public JobHooks {
+ public:
+  RunHooks(const std::string& config, const RunOptions& options, JobProgress& progress,
+           JobResult& result)
+      : folder_(std::filesystem::path(config).parent_path().string()),
+        progress_(progress),
+        result_(result),
+        output_(options.keepsPartialOutput) {}
+
+  const char* completePath(const char* path) override {
+    if (path[0] == '/') return path;
+    path_ = folder_ + "/" + path;
+    return path_.c_str();
+  }
+  const char* temporaryFolder() override { return temporaryFolder_.make(); }
+  const char* stageOutput(const char* path) override { return output_.stage(path); }
+  void writeFailed(const char* path, int error) override {
+    result_.cause = printable(path) + ": " + std::strerror(error);
+    throw kWriteFailed;
+  }
+
+  void jobBegins(const parameter& record) override {
+    result_.output = record.OutFilePath[0] == '\0' ? "ODAX.dat" : record.OutFilePath;
+    const bool hasData = record.SendDataFile[0] != '\0';
+    if (!hasData) numberPages(record);
+    progress_.jobBegins(record, hasData ? completePath(record.SendDataFile) : "");
+  }
+  void pageBegins(const imageParameter& page, uint32_t rows) override {
+    progress_.pageBegins(page, rows);
+  }
+  void bandSent(int rows) override { progress_.bandSent(rows); }
+  void pageEnds() override {
+    ++result_.pages;
+    progress_.pageEnds();
+  }
+  void pageSkipped(const imageParameter& page, const char* path) override {
+    result_.skipped.push_back({numbers_[&page], path == nullptr ? "" : path});
+    progress_.pageSkipped(page);
+  }
+  void dataCopied(uint64_t bytes) override { progress_.dataCopied(bytes); }
+  void outputComplete() override {
+    output_.commit();
+    progress_.erase();
+  }
+
+  /// After a failure.
+  void giveUp() { result_.partial = output_.giveUp(); }
+
+ private:
+  void numberPages(const parameter& record) {
+    for (const imageParameter* page = record.imageParameterList; page != nullptr; page = page->next)
+      numbers_[page] = numbers_.size() + 1;
+  }
+
+  std::string folder_;  // of the configuration
+  JobProgress& progress_;
+  JobResult& result_;
+  StagedOutput output_;
+  PrivateFolder temporaryFolder_;
+  std::string path_;  // the last one completed
+  std::map<const imageParameter*, size_t> numbers_;
+};
+
+// What an earlier job of the process would leave to this one.
+void forgetEarlierJobs() {
+  ODAX_SetSplitDataSize(0);
+  HXRaster_Forget();
+}
+
+void runWith(const std::string& config, RunHooks& hooks, JobResult& result) {
+  try {
+    runJob(hooks, config.c_str());
+    result.isDone = true;
+  } catch (int code) {
+    if (code != kWriteFailed) result.code = code;
+  } catch (const char* text) {
+    result.cause = text;
+  } catch (const std::exception& error) {
+    result.cause = error.what();
+  }
+}
+
+uint64_t sizeOf(const std::string& path) {
+  std::error_code error;
+  const uint64_t size = std::filesystem::file_size(path, error);
+  return error ? 0 : size;
+}
+
+}  // namespace
+
+JobResult runOneJob(const std::string& config, const RunOptions& options) {
+  const auto begin = std::chrono::steady_clock::now();
+  JobResult result;
+  result.config = config;
+  std::optional<QuietEcho> quiet;
+  if (options.isQuiet) quiet.emplace();
+  const std::string path = jobverify::absolutePath(config);
+  {
+    JobProgress progress(!options.isQuiet);
+    const Messages messages(progress, options.keepsMessages);
+    RunHooks hooks(path, options, progress, result);
+    forgetEarlierJobs();
+    runWith(path, hooks, result);
+    // The writer's stream may still be open after a failure that the library does not clean up.
+    if (!result.isDone) hooks.giveUp();
+    result.message = messages.kept();
+  }
+  if (result.isDone) result.bytes = sizeOf(result.output);
+  result.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
+  return result;
+}
+
+}  // namespace command
