@@ -12,8 +12,8 @@ namespace jobreader {
 /// What a message shows of bytes at most.
 constexpr size_t kExcerptBytes = 24;
 
-/// The first bytes in double quotes, the unprintable ones as \xNN; for no bytes "the end of the
-/// file", as that is where none come next.
+/// The first bytes in double quotes, the unprintable ones in hexadecimal; for no bytes "the end of
+/// the file", as that is where none come next.
 std::string excerpt(std::span<const uint8_t> bytes);
 std::string excerpt(std::string_view bytes);
 
