@@ -222,6 +222,33 @@ TEST_F(RunTest, AJobIsTheSameWhateverRanBeforeIt) {
   EXPECT_EQ(text("unset.odx"), alone);
 }
 
+TEST_F(RunTest, ImagesOfPagesThatWereLeftOutAreClosedBetweenJobs) {
+  TiffPage page;
+  page.width = 8;
+  page.height = 1;
+  page.strips = {Bytes(8, 1)};
+  write("k.tif", tiffFile(page));
+  write("c.png", "");
+  writePageJob("skip", "k.tif", "4096");
+  write("skip.cfg", text("skip.cfg") + "ImageFileC=\"c.png\"\n");
+  writePageJob("job", "k.tif", "4096");
+  std::string command = "ulimit -n 20; exec " + std::string(ODAXGEN_PROGRAM) + " run -q";
+  for (int i = 0; i < 30; ++i) command += " skip.cfg";
+  EXPECT_EQ(runProgram({"/bin/sh", "-c", command + " job.cfg"}, path()).exitCode, 0);
+}
+
+// Some messages show errno: nothing that the command does may leave one.
+TEST_F(RunTest, MessagesAreTheLibrarysToTheLetter) {
+  write("data", "RASTER");
+  write("job.odx", "earlier");
+  write("xml/d", "datasize\n");
+  for (const char* split : {"0", "4"}) {
+    writeDataJob("job", "data", split);
+    const std::string message = run({"-q", "job.cfg"}).err;
+    EXPECT_THAT(message, StartsWith("ERROR! replaceCorrectSize(): strtok error(0) "));
+  }
+}
+
 TEST_F(RunTest, JsonGivesTheResultsAndNothingElse) {
   writeDataJob("good", "data", "0");
   writeDataJob("bad", "none", "0");
@@ -284,6 +311,18 @@ TEST_F(RunTest, AFailedJobLeavesNoOutputOfItsOwn) {
   EXPECT_THAT(partsLeft(), IsEmpty());
 }
 
+TEST_F(RunTest, PartialOutputThatCannotHaveItsNameKeepsTheOneItHas) {
+  writeDataJob("job", "none", "4");
+  fs::create_directory(path("job.odx.partial"));
+  const ProgramResult result = run({"-q", "--keep-partial", "job.cfg"});
+  ASSERT_EQ(partsLeft().size(), 2U);
+  for (const std::string& name : partsLeft()) {
+    if (name == "job.odx.partial") continue;
+    EXPECT_EQ(text(name), "<a/><b/><c/>");
+    EXPECT_THAT(result.err, EndsWith("what was written is in " + path(name) + "\n"));
+  }
+}
+
 TEST_F(RunTest, KeepPartialKeepsWhatAFailedJobHasWritten) {
   writeDataJob("job", "none", "4");
   write("job.odx", "earlier");
@@ -318,6 +357,48 @@ TEST_F(RunTest, ALinkKeepsLeadingToTheOutput) {
     EXPECT_TRUE(fs::is_symlink(path("job.odx")));
     EXPECT_THAT(text("store/real.odx"), StartsWith("<a/><b/><c/><d/>RAST<d/>ER"));
   }
+}
+
+TEST_F(RunTest, LinksInACircleAreRefused) {
+  writeDataJob("job", "data", "4");
+  write("data", "RASTER");
+  fs::create_symlink("other", path("job.odx"));
+  fs::create_symlink("job.odx", path("other"));
+  EXPECT_THAT(run({"-q", "job.cfg"}).err, HasSubstr("odaxgen: job failed with code -49\n"));
+  EXPECT_TRUE(fs::is_symlink(path("job.odx")));
+}
+
+TEST_F(RunTest, StandardOutputCanBeTheOutput) {
+  write("job.cfg", std::string("[Global]\nOutFilePath=\"/dev/stdout\"\nSplitDataSize=4\n"
+                               "SendDataFile=\"data\"\n[ODAX]\n") +
+                       kDefaultTemplates);
+  write("data", "RASTER");
+  const std::string command = std::string(ODAXGEN_PROGRAM) + " run -q job.cfg | cat >piped";
+  EXPECT_EQ(runProgram({"/bin/sh", "-c", command}, path()).exitCode, 0);
+  EXPECT_EQ(text("piped"), "<a/><b/><c/><d/>RAST<d/>ER<e/>");
+}
+
+TEST_F(RunTest, AFolderThatTakesNoFilesIsSaid) {
+  write("data", "RASTER");
+  write("job.cfg", std::string("[Global]\nOutFilePath=\"/proc/job.odx\"\nSplitDataSize=4\n"
+                               "SendDataFile=\"data\"\n[ODAX]\n") +
+                       kDefaultTemplates);
+  EXPECT_THAT(run({"-q", "job.cfg"}).err,
+              StartsWith("ERROR!: Can't open the file \"/proc/job.odx\".\n"
+                         "odaxgen: job failed with code -49\n"));
+}
+
+TEST_F(RunTest, ACurrentFolderThatIsGoneIsAnOutputThatCannotBeOpened) {
+  // Without a name of its own and behind [ODAX] the output is ODAX.dat in the current folder.
+  write("job.cfg", std::string("[Global]\nSplitDataSize=4\nSendDataFile=\"data\"\n[ODAX]\n") +
+                       kDefaultTemplates);
+  write("data", "RASTER");
+  const std::string command =
+      "mkdir gone && cd gone && rmdir ../gone && " + std::string(ODAXGEN_PROGRAM) + " run -q ";
+  EXPECT_THAT(runProgram({"/bin/sh", "-c", command + path("job.cfg")}, path()).err,
+              StartsWith("ERROR!: Can't open the file \"ODAX.dat\".\n"));
+  EXPECT_THAT(runProgram({"/bin/sh", "-c", command + "job.cfg"}, path()).err,
+              HasSubstr("odaxgen: "));
 }
 
 TEST_F(RunTest, ADeviceIsWrittenAsItIs) {
@@ -393,6 +474,17 @@ TEST_F(RunTest, WithoutATemporaryFolderOnlyAJobInOnePacketFails) {
   EXPECT_EQ(result.exitCode, 1);
   EXPECT_THAT(result.err, StartsWith("ERROR!: Can't open the file \"" + path("nowhere") + "/"));
   EXPECT_THAT(result.err, HasSubstr("odaxgen: job failed with code -46\n"));
+}
+
+TEST_F(RunTest, ATemporaryFolderWithTooLongANameIsRefused) {
+  write("data", "RASTER");
+  writeDataJob("job", "data", "0");
+  write("TEMP_ODAXGEN.dat", "mine");
+  for (const size_t length : {230U, 244U, 400U}) {
+    const Surroundings deep = {.variables = {{"TMPDIR", "/" + std::string(length - 1, 'd')}}};
+    EXPECT_THAT(run({"-q", "job.cfg"}, deep).err, HasSubstr("odaxgen: job failed with code -68\n"));
+    EXPECT_EQ(text("TEMP_ODAXGEN.dat"), "mine");
+  }
 }
 
 TEST_F(RunTest, EightJobsInOnePacketRunSideBySide) {
@@ -534,6 +626,35 @@ TEST_F(RunTest, AFullDeviceFailsTheJob) {
   EXPECT_THAT(result.err, StartsWith("odaxgen: job failed: /dev/full: No space left on device\n"));
 }
 
+TEST_F(RunTest, AReadErrorOfTheDataFailsTheJob) {
+  writeDataJob("job", "/proc/self/mem", "4096");
+  const ProgramResult result = run({"-q", "job.cfg"});
+  EXPECT_EQ(result.exitCode, 1);
+  EXPECT_EQ(result.err, "odaxgen: job failed: /proc/self/mem: Input/output error\n");
+  EXPECT_FALSE(exists("job.odx"));
+}
+
+// The number of a closed stream would go to the job file.
+TEST_F(RunTest, MessagesNeverGoIntoTheJobFile) {
+  TiffPage page;
+  page.width = 8;
+  page.height = 1;
+  page.bits = {16};
+  page.strips = {Bytes(16, 1)};
+  write("k.tif", tiffFile(page));
+  writePageJob("job", "k.tif", "4096");
+  write("job.cfg",
+        text("job.cfg").replace(text("job.cfg").find("PixelDepthK=8"), 13, "PixelDepthK=16"));
+  EXPECT_THAT(run({"-q", "job.cfg"}).err, HasSubstr("unsupported bit depth"));
+  const std::string job = text("job.odx");
+  const std::string command = std::string(ODAXGEN_PROGRAM) + " run -q job.cfg";
+  for (const char* closed : {" 2>&-", " >&- 2>&-", " <&- >&- 2>&-"}) {
+    fs::remove(path("job.odx"));
+    runProgram({"/bin/sh", "-c", command + closed}, path());
+    EXPECT_EQ(text("job.odx"), job) << closed;
+  }
+}
+
 TEST_F(RunTest, AnEchoThatCannotBeWrittenFailsTheCommand) {
   write("data", "RASTER");
   writeDataJob("job", "data", "0");
@@ -579,6 +700,15 @@ TEST_F(RunTest, LinesOfAWrongFileDoNotDriveTheTerminal) {
   EXPECT_THAT(result.out, HasSubstr("\\x1B[2Jclear\r\n"));
   EXPECT_THAT(result.out, Not(HasSubstr("\033")));
   EXPECT_THAT(run({"job.cfg"}).err, HasSubstr("\033[2Jclear\n")) << "a pipe gets the bytes";
+}
+
+TEST_F(RunTest, ValuesOfAConfigurationDoNotDriveTheTerminal) {
+  writeDataJob("job", "data", "0");
+  write("data", "RASTER");
+  write("job.cfg", text("job.cfg") + "Name=\033[2J\n");
+  EXPECT_THAT(runOdaxgenOnTerminal({"run", "job.cfg"}, path()).out,
+              testing::AllOf(HasSubstr("Name=\\x1B[2J\r\n"), Not(HasSubstr("\033"))));
+  EXPECT_THAT(run({"job.cfg"}).out, HasSubstr("Name=\033[2J\n")) << "a pipe gets the bytes";
 }
 
 }  // namespace

@@ -9,6 +9,7 @@
 #include <exception>
 #include <filesystem>
 #include <map>
+#include <memory>
 #include <system_error>
 
 #include "CFGRecords.h"
@@ -17,6 +18,7 @@
 #include "JobRequest.h"
 #include "ODAXGen.h"
 #include "ODAXOutLib.h"
+#include "PagePipeline.h"
 #include "PrivateFolder.h"
 #include "Report.h"
 #include "StagedOutput.h"
@@ -25,7 +27,19 @@ namespace command {
 
 namespace {
 
-constexpr int kWriteFailed = 1;  // ends a job; the library's own codes are negative
+constexpr int kFileFailed = 1;  // ends a job; the library's own codes are negative
+
+// Some of the library's messages show errno, whoever set it: hooks must leave it alone.
+class ErrnoKept {
+ public:
+  ErrnoKept() : errno_(errno) {}
+  ~ErrnoKept() { errno = errno_; }
+  ErrnoKept(const ErrnoKept&) = delete;
+  ErrnoKept& operator=(const ErrnoKept&) = delete;
+
+ private:
+  int errno_;
+};
 
 // The library's messages: kept, or passed on with the progress out of their way.
 class Messages : public ErrorSink {
@@ -34,6 +48,7 @@ class Messages : public ErrorSink {
       : progress_(progress), areKept_(areKept), isTerminal_(isatty(STDERR_FILENO) == 1) {}
 
   void take(const char* text) override {
+    const ErrnoKept kept;
     if (areKept_) {
       kept_ += text;
       return;
@@ -51,6 +66,22 @@ class Messages : public ErrorSink {
   std::string kept_;
 };
 
+// The echo on a terminal: values of the configuration must not drive it either.
+class TerminalEcho : public EchoSink {
+ public:
+  void take(const char* text) override {
+    const ErrnoKept kept;
+    std::fputs(printableLines(text).c_str(), stdout);
+  }
+};
+
+// Where the echo goes; null: to standard output.
+std::unique_ptr<EchoSink> echoFor(const RunOptions& options) {
+  if (options.isQuiet) return std::make_unique<QuietEcho>();
+  if (isatty(STDOUT_FILENO) == 1) return std::make_unique<TerminalEcho>();
+  return nullptr;
+}
+
 class RunHooks : public JobHooks {
  public:
   RunHooks(const std::string& config, const RunOptions& options, JobProgress& progress,
@@ -65,14 +96,19 @@ class RunHooks : public JobHooks {
     path_ = folder_ + "/" + path;
     return path_.c_str();
   }
-  const char* temporaryFolder() override { return temporaryFolder_.make(); }
-  const char* stageOutput(const char* path) override { return output_.stage(path); }
-  void writeFailed(const char* path, int error) override {
-    result_.cause = printable(path) + ": " + std::strerror(error);
-    throw kWriteFailed;
+  const char* temporaryFolder() override {
+    const ErrnoKept kept;
+    return temporaryFolder_.make();
   }
+  const char* stageOutput(const char* path) override {
+    const ErrnoKept kept;
+    return output_.stage(path);
+  }
+  void writeFailed(const char* path, int error) override { endJob(path, error); }
+  void readFailed(const char* path, int error) override { endJob(path, error); }
 
   void jobBegins(const parameter& record) override {
+    const ErrnoKept kept;
     result_.output = record.OutFilePath[0] == '\0' ? "ODAX.dat" : record.OutFilePath;
     const bool hasData = record.SendDataFile[0] != '\0';
     if (!hasData) numberPages(record);
@@ -81,7 +117,10 @@ class RunHooks : public JobHooks {
   void pageBegins(const imageParameter& page, uint32_t rows) override {
     progress_.pageBegins(page, rows);
   }
-  void bandSent(int rows) override { progress_.bandSent(rows); }
+  void bandSent(int rows) override {
+    const ErrnoKept kept;
+    progress_.bandSent(rows);
+  }
   void pageEnds() override {
     ++result_.pages;
     progress_.pageEnds();
@@ -90,7 +129,10 @@ class RunHooks : public JobHooks {
     result_.skipped.push_back({numbers_[&page], path == nullptr ? "" : path});
     progress_.pageSkipped(page);
   }
-  void dataCopied(uint64_t bytes) override { progress_.dataCopied(bytes); }
+  void dataCopied(uint64_t bytes) override {
+    const ErrnoKept kept;
+    progress_.dataCopied(bytes);
+  }
   void outputComplete() override {
     output_.commit();
     progress_.erase();
@@ -100,6 +142,11 @@ class RunHooks : public JobHooks {
   void giveUp() { result_.partial = output_.giveUp(); }
 
  private:
+  [[noreturn]] void endJob(const char* path, int error) {
+    result_.cause = std::string(path) + ": " + std::strerror(error);
+    throw kFileFailed;
+  }
+
   void numberPages(const parameter& record) {
     for (const imageParameter* page = record.imageParameterList; page != nullptr; page = page->next)
       numbers_[page] = numbers_.size() + 1;
@@ -118,6 +165,8 @@ class RunHooks : public JobHooks {
 void forgetEarlierJobs() {
   ODAX_SetSplitDataSize(0);
   HXRaster_Forget();
+  closePagesLeftOpen();
+  errno = 0;  // some messages show it
 }
 
 void runWith(const std::string& config, RunHooks& hooks, JobResult& result) {
@@ -125,7 +174,7 @@ void runWith(const std::string& config, RunHooks& hooks, JobResult& result) {
     runJob(hooks, config.c_str());
     result.isDone = true;
   } catch (int code) {
-    if (code != kWriteFailed) result.code = code;
+    if (code != kFileFailed) result.code = code;
   } catch (const char* text) {
     result.cause = text;
   } catch (const std::exception& error) {
@@ -145,8 +194,7 @@ JobResult runOneJob(const std::string& config, const RunOptions& options) {
   const auto begin = std::chrono::steady_clock::now();
   JobResult result;
   result.config = config;
-  std::optional<QuietEcho> quiet;
-  if (options.isQuiet) quiet.emplace();
+  const std::unique_ptr<EchoSink> echo = echoFor(options);
   const std::string path = jobverify::absolutePath(config);
   {
     JobProgress progress(!options.isQuiet);

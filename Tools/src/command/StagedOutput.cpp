@@ -3,7 +3,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -21,16 +20,31 @@ constexpr int kSuffixLength = 5;
 constexpr const char* kSuffix = ".part";
 constexpr size_t kMostNameBytes = 200;  // of 255, with room for what is appended
 
+// A link such as the one behind /dev/stdout leads to an open file; its text is no path to go by.
+bool isOfKernel(const fs::path& link) {
+  std::error_code error;
+  const fs::path folder = fs::canonical(link.parent_path(), error);
+  return error || folder.string().starts_with("/proc/");
+}
+
 // Where a path leads, the last part of it included: a link to a file that is not there yet leads to
-// that file.
+// that file. Empty: to something that is no place for a file.
 fs::path followLinks(fs::path path) {
   std::error_code error;
-  for (int i = 0; i < kMostLinks && fs::is_symlink(path, error); ++i) {
+  for (int i = 0; fs::is_symlink(path, error); ++i) {
+    if (i == kMostLinks || isOfKernel(path)) return {};
     const fs::path next = fs::read_symlink(path, error);
-    if (error) break;
+    if (error) return {};
     path = path.parent_path() / next;  // an absolute one stands for itself
   }
   return path;
+}
+
+// Opening it for writing will do, or will fail for a reason that should be said.
+bool isWrittenDirectly(const char* path) {
+  struct stat earlier = {};
+  if (::stat(path, &earlier) != 0) return errno != ENOENT;
+  return !S_ISREG(earlier.st_mode) || access(path, W_OK) != 0;
 }
 
 mode_t newFileMode() {
@@ -39,38 +53,43 @@ mode_t newFileMode() {
   return static_cast<mode_t>(0666) & ~mask;
 }
 
-// The new file looks like the one that it replaces. Giving it away may be refused: then it is ours.
-void takeOver(int file, const struct stat* earlier) {
-  if (earlier != nullptr) static_cast<void>(!fchown(file, earlier->st_uid, earlier->st_gid));
-  const mode_t mode = earlier == nullptr ? newFileMode() : earlier->st_mode & mode_t{07777};
-  static_cast<void>(fchmod(file, mode));
+// Makes a file look like the one that it replaces, or like any new one. Giving it away may be
+// refused: then it is ours.
+void dress(const std::string& file, const std::string& target) {
+  struct stat earlier = {};
+  const bool isThere = ::stat(target.c_str(), &earlier) == 0;
+  if (isThere) static_cast<void>(!chown(file.c_str(), earlier.st_uid, earlier.st_gid));
+  const mode_t mode = isThere ? earlier.st_mode & mode_t{07777} : newFileMode();
+  static_cast<void>(chmod(file.c_str(), mode));
 }
 
 }  // namespace
 
 const char* StagedOutput::stage(const char* path) {
-  const fs::path target = followLinks(fs::absolute(path));
-  struct stat earlier = {};
-  const bool isThere = ::stat(target.c_str(), &earlier) == 0;
-  if (isThere && (!S_ISREG(earlier.st_mode) || access(target.c_str(), W_OK) != 0)) return nullptr;
+  std::error_code error;
+  const fs::path absolute = fs::absolute(path, error);
+  if (error || isWrittenDirectly(path)) return nullptr;
+  const fs::path target = followLinks(absolute);
+  if (target.empty()) return nullptr;
 
   target_ = target.string();
-  kept_ = std::string(path) + ".partial";
+  kept_ = absolute.string() + ".partial";
   const std::string name = target.filename().string().substr(0, kMostNameBytes);
   written_ = (target.parent_path() / (name + ".XXXXXX" + kSuffix)).string();
   const leftovers::SignalPause pause;
   const int file = mkstemps(written_.data(), kSuffixLength);
-  // Opening the file will fail for the same reason, and say it.
-  if (file < 0) return written_.c_str();
-  takeOver(file, isThere ? &earlier : nullptr);
+  if (file < 0) {
+    written_ = target_ + "/";  // no file has this name
+    return written_.c_str();
+  }
   close(file);
-  file_.emplace(written_, leftovers::Leftover::Kind::kFile,
-                keepsPartial_ ? fs::absolute(kept_).string() : std::string());
+  file_.emplace(written_, leftovers::Leftover::Kind::kFile, keepsPartial_ ? kept_ : "");
   return written_.c_str();
 }
 
 void StagedOutput::commit() {
   if (!file_) return;
+  dress(written_, target_);
   if (std::rename(written_.c_str(), target_.c_str()) != 0) {
     throw std::system_error(errno, std::generic_category(), target_);
   }
@@ -80,10 +99,15 @@ void StagedOutput::commit() {
 
 std::string StagedOutput::giveUp() {
   if (!file_) return "";
-  const bool isKept = keepsPartial_ && std::rename(written_.c_str(), kept_.c_str()) == 0;
-  if (isKept) file_->keep();
+  std::string where;
+  if (keepsPartial_) {
+    dress(written_, target_);
+    // On another file system, or over a folder, it keeps the name that it has.
+    where = std::rename(written_.c_str(), kept_.c_str()) == 0 ? kept_ : written_;
+    file_->keep();
+  }
   file_.reset();
-  return isKept ? kept_ : "";
+  return where;
 }
 
 }  // namespace command

@@ -17,7 +17,8 @@ constexpr size_t kUsualColumns = 80;
 
 bool canRewriteLines() {
   const char* terminal = std::getenv("TERM");
-  return isatty(STDERR_FILENO) == 1 && terminal != nullptr && std::string_view(terminal) != "dumb";
+  if (terminal == nullptr || terminal[0] == '\0') return false;
+  return isatty(STDERR_FILENO) == 1 && std::string_view(terminal) != "dumb";
 }
 
 size_t columns() {

@@ -1,5 +1,8 @@
 // odaxgen - the command: makes job files, and reads them back.
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <CLI/CLI.hpp>
 #include <cstdio>
 #include <filesystem>
@@ -77,6 +80,15 @@ int failUsage(const CLI::App& app, const std::string& what, const std::string& m
   return command::kExitUsage;
 }
 
+// A closed stream's number would go to the next file that is opened, and messages into that file.
+// Opened the wrong way round, the streams fail as closed ones do.
+void fillClosedStreams() {
+  for (int stream = 0; stream <= STDERR_FILENO; ++stream) {
+    if (fcntl(stream, F_GETFD) >= 0) continue;
+    static_cast<void>(open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY));
+  }
+}
+
 int run(int argc, char** argv) {
   CLI::App app;
   std::string config;
@@ -100,6 +112,7 @@ int run(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  fillClosedStreams();
   leftovers::watchSignals();
   return command::guarded([&] { return run(argc, argv); });
 }

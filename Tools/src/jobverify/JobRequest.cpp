@@ -338,9 +338,7 @@ jobreader::PageFormat formatOf(const PageRequest& page) {
 
 std::string absolutePath(const std::string& path) {
   if (path.empty() || path.front() == '/') return path;
-  std::error_code error;
-  const std::filesystem::path folder = std::filesystem::current_path(error);
-  return error ? path : (folder / path).string();
+  return (std::filesystem::current_path() / path).string();
 }
 
 JobRequest readRequest(const std::string& path) {

@@ -1,9 +1,9 @@
 // JobHooks - what a program that runs jobs may see of them and decide about them. The exported
 // operation runs with the defaults, which see nothing and decide as hosts have always known it.
 //
-// An observation and writeFailed() may throw an int to end the job: everything is released as after
-// a failure of the job's own, and runJob() throws it on. Texts are borrowed for the call; what a
-// decision returns must last until it is asked again or the job ends.
+// An observation, writeFailed() and readFailed() may throw an int to end the job: everything is
+// released as after a failure of the job's own, and runJob() throws it on. Texts are borrowed for
+// the call; what a decision returns must last until it is asked again or the job ends.
 #pragma once
 
 #include <cstdint>
@@ -34,6 +34,12 @@ class JobHooks {
   }
   /// Bytes of the output or of the temporary file could not be written. Default: the job goes on.
   virtual void writeFailed(const char* path, int error) {
+    static_cast<void>(path);
+    static_cast<void>(error);
+  }
+  /// Bytes of the data file or of the temporary file could not be read. Default: what was read
+  /// until then is the data.
+  virtual void readFailed(const char* path, int error) {
     static_cast<void>(path);
     static_cast<void>(error);
   }

@@ -174,6 +174,7 @@ void readExternalFileWith(JobHooks& hooks, const char* path) {
     ODAX_SendData(bytes, static_cast<int32_t>(count));
     hooks.dataCopied(count);
   });
+  if (std::ferror(file.get()) != 0) hooks.readFailed(path, errno);
   ODAX_Flush();
 }
 
@@ -187,12 +188,15 @@ void ODAX_SetTempFolder(const char* folder) {
 }
 
 void getTempPath(int /*ignored*/, char* out) {
+  size_t folderLength = 0;
   if (mTempFolder == nullptr) {
     GetTempFolderMac(out, static_cast<int32_t>(kPathBytes));
+    folderLength = std::strlen(out);
   } else {
     zk_strcpy(out, kPathBytes, mTempFolder);
+    folderLength = std::strlen(mTempFolder);  // also of one that does not fit
   }
-  if (std::strlen(out) + kTempNameLength > kPathBytes - 1) {
+  if (folderLength + kTempNameLength > kPathBytes - 1) {
     // The wording is odd and stays.
     printError("ERROR!: Configuration file has too int32_t filename.\n");
     throw kErrorTempPath;

@@ -228,6 +228,7 @@ void sendDataRasterNotDivideWith(JobHooks& hooks) {
     ZKFile_Write(bytes, static_cast<uint32_t>(count));
     hooks.dataCopied(count);
   });
+  if (std::ferror(file.get()) != 0) hooks.readFailed(path, errno);
   mJobDataSize += mTempJobDataSize;
 }
 

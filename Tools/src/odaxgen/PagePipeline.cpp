@@ -62,7 +62,7 @@ struct Page {
 };
 using PageOwner = std::unique_ptr<Page>;
 
-// Pages whose set-up failed stay open until the process ends, on purpose.
+// Pages whose set-up failed stay open until the process ends, on purpose; closePagesLeftOpen().
 Page* sLeftOpen = nullptr;
 
 int leaveOpen(PageOwner page, int result) {
@@ -241,6 +241,13 @@ int processHXRasterImageDataWith(JobHooks& hooks, const imageParameter* image) {
     HXRaster_FreeWorkingMemory(image->Mode);
     HXRaster_Delete();
     throw;
+  }
+}
+
+void closePagesLeftOpen() {
+  while (sLeftOpen != nullptr) {
+    const PageOwner page(sLeftOpen);
+    sLeftOpen = page->next;
   }
 }
 

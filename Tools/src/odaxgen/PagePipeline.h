@@ -13,6 +13,9 @@
 int processHXRasterImageData(const imageParameter* image);
 int processHXRasterImageDataWith(JobHooks& hooks, const imageParameter* image);  ///< seen by hooks
 
+/// Closes the images of pages that were left out, which otherwise stay open until the process ends.
+void closePagesLeftOpen();
+
 /// Makes the pixel buffer of one plane: 300 rows, as wide as the image. Does nothing without a
 /// reader, and no buffer for a depth whose low 16 bits are 0 or all ones.
 void prepareBand(ZKGWorld** slot, const ImageReader* reader, ZKRect* box, int32_t depth, int deep);

@@ -10,10 +10,14 @@
 
 namespace {
 
-bool sQuiet = false;              // my_printf() prints nothing
-ErrorSink* sErrorSink = nullptr;  // null: standard error
+MessageSink* sEchoSink = nullptr;   // null: standard output
+MessageSink* sErrorSink = nullptr;  // null: standard error
 
-void giveToSink(const char* format, std::va_list arguments) {
+void print(MessageSink* sink, std::FILE* stream, const char* format, std::va_list arguments) {
+  if (sink == nullptr) {
+    std::vfprintf(stream, format, arguments);
+    return;
+  }
   std::va_list measured;
   va_copy(measured, arguments);
   const int length = std::vsnprintf(nullptr, 0, format, measured);
@@ -23,7 +27,7 @@ void giveToSink(const char* format, std::va_list arguments) {
   const CText text = newZeroedText(room);
   if (text == nullptr) return;
   std::vsnprintf(text.get(), room, format, arguments);
-  sErrorSink->take(text.get());
+  sink->take(text.get());
 }
 
 }  // namespace
@@ -59,39 +63,30 @@ int my_access(const char* path, int32_t mode) {
 }
 
 void my_printf(const char* format, ...) {
-  if (sQuiet) return;
   std::va_list arguments;
   va_start(arguments, format);
-  std::vprintf(format, arguments);
+  print(sEchoSink, stdout, format, arguments);
   va_end(arguments);
-}
-
-QuietEcho::QuietEcho() : before_(sQuiet) {
-  sQuiet = true;
-}
-
-QuietEcho::~QuietEcho() {
-  sQuiet = before_;
 }
 
 void printError(const char* format, ...) {
   std::va_list arguments;
   va_start(arguments, format);
-  if (sErrorSink == nullptr) {
-    std::vfprintf(stderr, format, arguments);
-  } else {
-    giveToSink(format, arguments);
-  }
+  print(sErrorSink, stderr, format, arguments);
   va_end(arguments);
 }
 
-ErrorSink::ErrorSink() : before_(sErrorSink) {
-  sErrorSink = this;
+MessageSink::MessageSink(MessageSink** place) : place_(place), before_(*place) {
+  *place = this;
 }
 
-ErrorSink::~ErrorSink() {
-  sErrorSink = before_;
+MessageSink::~MessageSink() {
+  *place_ = before_;
 }
+
+EchoSink::EchoSink() : MessageSink(&sEchoSink) {}
+
+ErrorSink::ErrorSink() : MessageSink(&sErrorSink) {}
 
 int32_t GetFullPath(const char* path, int32_t cap, char* out) {
   return GetFullPathMac(path, cap, out) == 0 ? 0 : -1;

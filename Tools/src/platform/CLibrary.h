@@ -1,6 +1,6 @@
 // CLibrary - thin wrappers around the C library, so that a platform can exchange them in one
-// place, and owners for the C library's resources. Its only state is where messages go: whether the
-// echo is off, and who takes the messages of failures.
+// place, and owners for the C library's resources. Its only state is who takes the echo and the
+// messages of failures.
 #pragma once
 
 #include <cstdint>
@@ -38,38 +38,46 @@ uint64_t regularFileSize(std::FILE* file);
 std::FILE* my_fopen(const char* path, const char* mode);
 /// The C library's access test and its result.
 int my_access(const char* path, int32_t mode);
-/// Formats to standard output: the echo of the settings and "done.". On unless QuietEcho is there.
+/// Formats to standard output, or to the EchoSink that lives: the echo of the settings and "done.".
 void my_printf(const char* format, ...) ZK_PRINTF_LIKE(1, 2);
 
-/// While one of these lives my_printf() prints nothing: for those who read a configuration without
-/// running its job.
-class QuietEcho {
+/// Takes what one of the two functions prints while it lives. The youngest one does.
+class MessageSink {
  public:
-  QuietEcho();
-  ~QuietEcho();
-  QuietEcho(const QuietEcho&) = delete;
-  QuietEcho& operator=(const QuietEcho&) = delete;
+  MessageSink(const MessageSink&) = delete;
+  MessageSink& operator=(const MessageSink&) = delete;
+
+  /// @param text  one message as it would have been printed, with its line ends
+  virtual void take(const char* text) = 0;
+
+ protected:
+  explicit MessageSink(MessageSink** place);
+  virtual ~MessageSink();
 
  private:
-  bool before_;
+  MessageSink** place_;
+  MessageSink* before_;
+};
+
+/// Takes the echo.
+class EchoSink : public MessageSink {
+ public:
+  EchoSink();
+};
+
+/// Drops the echo: for those who read a configuration without running its job.
+class QuietEcho : public EchoSink {
+ public:
+  void take(const char* /*text*/) override {}
 };
 
 /// Formats to standard error, or to the ErrorSink that lives: every message of a failure.
 void printError(const char* format, ...) ZK_PRINTF_LIKE(1, 2);
 
-/// Takes the messages of failures while it lives, instead of standard error. The youngest one does.
-class ErrorSink {
+/// Takes the messages of failures.
+class ErrorSink : public MessageSink {
  public:
   ErrorSink();
-  virtual ~ErrorSink();
-  ErrorSink(const ErrorSink&) = delete;
-  ErrorSink& operator=(const ErrorSink&) = delete;
-
-  /// @param text  one message as it would have been printed, with its line ends
-  virtual void take(const char* text) = 0;
-
- private:
-  ErrorSink* before_;
 };
 
 /// Hands a file's bytes on, piece by piece, until a read returns none. A regular file that has a
