@@ -85,8 +85,8 @@ struct RefusedConfiguration {
 };
 
 /// The path of a configuration for the library, which completes relative ones with its
-/// application's folder: a command is expected to start from the current one. @throws std::filesystem::filesystem_error when
-/// the current folder is gone
+/// application's folder: a command is expected to start from the current one.
+/// @throws std::filesystem::filesystem_error when the current folder is gone
 std::string absolutePath(const std::string& path);
 
 /// Reads a configuration, and of its image files what they are.
