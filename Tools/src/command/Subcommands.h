@@ -15,6 +15,8 @@ constexpr int kExitUsage = 2;
 int runJobOf(const std::string& config);
 /// odaxgen run CONFIG...
 void addRun(CLI::App& app, int& exitCode);
+/// odaxgen check CONFIG...
+void addCheck(CLI::App& app, int& exitCode);
 /// odaxgen inspect FILE
 void addInspect(CLI::App& app, int& exitCode);
 /// odaxgen verify CONFIG [FILE]

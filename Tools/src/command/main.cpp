@@ -24,6 +24,7 @@ constexpr const char* kFooter =
     "\n"
     "Examples:\n"
     "  odaxgen init first                  writes a job to start from into the folder 'first'\n"
+    "  odaxgen check poster.cfg            says what is wrong or surprising in a job\n"
     "  odaxgen poster.cfg                  writes the file that OutFilePath names\n"
     "  odaxgen verify poster.cfg           proves that this file is right\n"
     "  odaxgen inspect poster.odx          says what is in it\n"
@@ -55,6 +56,7 @@ void declare(CLI::App& app, std::string& config, int& exitCode) {
   app.add_option("CONFIG", config, "the job to run, as 'odaxgen run CONFIG' does");
   app.require_subcommand(0, 1);
   command::addRun(app, exitCode);
+  command::addCheck(app, exitCode);
   command::addVerify(app, exitCode);
   command::addInspect(app, exitCode);
   command::addRender(app, exitCode);

@@ -1,0 +1,72 @@
+// odaxgen check - says what is wrong or surprising in jobs, without running them.
+
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "CheckJson.h"
+#include "CheckText.h"
+#include "Problem.h"
+#include "Report.h"
+#include "Subcommands.h"
+#include "SummaryJson.h"
+
+namespace command {
+
+namespace {
+
+struct Options {
+  std::vector<std::string> configs;
+  bool isStrict = false;
+  bool isJson = false;
+  bool isQuiet = false;
+};
+
+bool isSet(const char* variable) {
+  const char* value = std::getenv(variable);
+  return value != nullptr && value[0] != '\0';
+}
+
+bool hasColours() {
+  const char* terminal = std::getenv("TERM");
+  const bool isDumb = terminal == nullptr || std::string_view(terminal) == "dumb";
+  return isatty(STDOUT_FILENO) == 1 && !isSet("NO_COLOR") && !isDumb;
+}
+
+bool isRefused(const std::vector<jobcheck::CheckedJob>& jobs, bool isStrict) {
+  size_t found = 0;
+  for (const jobcheck::CheckedJob& job : jobs) {
+    found += job.count(jobcheck::Severity::kError);
+    if (isStrict) found += job.count(jobcheck::Severity::kWarning);
+  }
+  return found > 0;
+}
+
+int check(const Options& options) {
+  const std::vector<jobcheck::CheckedJob> jobs = jobcheck::checkJobs(options.configs);
+  const std::string text = options.isJson ? dumped(checkJson(jobs), 2) + "\n"
+                                          : checkText(jobs, {hasColours(), options.isQuiet});
+  std::fwrite(text.data(), 1, text.size(), stdout);
+  return isRefused(jobs, options.isStrict) ? kExitFailed : kExitDone;
+}
+
+}  // namespace
+
+void addCheck(CLI::App& app, int& exitCode) {
+  CLI::App* sub =
+      app.add_subcommand("check", "Say what is wrong or surprising in jobs, without running them");
+  auto options = std::make_shared<Options>();
+  sub->add_option("CONFIG", options->configs, "the jobs, as they would be run")->required();
+  sub->add_flag("--strict", options->isStrict, "warnings count as errors for the exit code");
+  sub->add_flag("--json", options->isJson, "one JSON document instead of text");
+  sub->add_flag("-q,--quiet", options->isQuiet, "problems only: no hints, no summary");
+  sub->footer("\nExit codes: 0 no errors; 1 errors, with --strict warnings too; 2 wrong usage.\n");
+  sub->callback([options, &exitCode] { exitCode = guarded([&] { return check(*options); }); });
+}
+
+}  // namespace command
