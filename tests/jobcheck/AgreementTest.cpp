@@ -4,6 +4,7 @@
 #include <rapidcheck.h>
 
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <optional>
 #include <set>
@@ -39,7 +40,10 @@ class CommandHooks : public JobHooks {
   }
   void pageSkipped(const imageParameter& /*page*/, const char* /*path*/) override { ++skipped; }
 
+  void readFailed(const char* /*path*/, int error) override { throw kFileFailed + error; }
+
   int skipped = 0;
+  static constexpr int kFileFailed = 1;  // behind it, why
 
  private:
   const TempFolder& folder_;
@@ -102,7 +106,9 @@ class Agreement {
     try {
       runJob(hooks, folder_.path("job.cfg").c_str());
     } catch (int code) {
-      outcome.code = code;
+      const bool isOwn = code >= CommandHooks::kFileFailed;
+      if (isOwn) outcome.text = std::strerror(code - CommandHooks::kFileFailed);
+      if (!isOwn) outcome.code = code;
     } catch (const char* thrown) {
       outcome.text = thrown;
       ODAX_Delete();

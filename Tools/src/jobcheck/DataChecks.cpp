@@ -85,6 +85,14 @@ void checkSendData(JobContext& job, DataOutcome& outcome) {
     outcome.isMissing = true;
     return;
   }
+  const Place place = configuration.placeOf(configuration.global, "SendDataFile");
+  if (kind == FileKind::kFolder) {
+    job.problems.errorText(place, "Is a directory",
+                           "SendDataFile is a folder: " + configuration.shown(path),
+                           "name the file that holds the data");
+    outcome.isMissing = true;
+    return;
+  }
   std::error_code error;
   const uint64_t size = std::filesystem::file_size(path, error);
   if (kind == FileKind::kRegular && !error) outcome.leastBytes = size;

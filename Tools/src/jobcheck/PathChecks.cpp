@@ -190,15 +190,10 @@ void checkTemporaryFolder(const Configuration& configuration, ProblemList& probl
   const std::string folder = temporaryFolder();
   const Place place = configuration.placeOf(configuration.global, "SplitDataSize");
   const size_t length = folder.size() + std::string(kPrivateFolder).size();
-  if (length > kMostFolderBytes && length < kPathBytes) {
+  if (length > kMostFolderBytes) {
     problems.error(place, kErrorTempPath,
                    "the path of the temporary folder is too long: " + quoted(folder),
                    "set TMPDIR to a shorter one");
-  } else if (length >= kPathBytes) {
-    problems.warn(place, "temporary-folder-too-long",
-                  "the path of the temporary folder does not fit; the data are collected in the "
-                  "current folder",
-                  "set TMPDIR to a shorter one");
   } else if (kindOf(folder) != FileKind::kFolder || access(folder.c_str(), W_OK | X_OK) != 0) {
     problems.error(
         place, kErrorOpenTemp,

@@ -136,14 +136,10 @@ class SettingCheck {
            "take these away, or SendDataFile");
     }
     const std::string path = configuration_.complete(record_.SendDataFile);
-    const FileKind kind = kindOf(path);
     std::error_code error;
-    const bool isEmpty =
-        kind == FileKind::kRegular && std::filesystem::file_size(path, error) == 0 && !error;
-    if (!isEmpty && kind != FileKind::kFolder) return;
-    warn(place, "empty-send-data",
-         fileName(path) + (isEmpty ? " is empty" : " is a folder, which reads as an empty file") +
-             "; the job has no data");
+    const bool isEmpty = kindOf(path) == FileKind::kRegular &&
+                         std::filesystem::file_size(path, error) == 0 && !error;
+    if (isEmpty) warn(place, "empty-send-data", fileName(path) + " is empty; the job has no data");
   }
 
   const Configuration& configuration_;
