@@ -1137,6 +1137,20 @@ TEST_F(CheckTest, ThereAreNoColoursWithoutATerminal) {
   EXPECT_EQ(result.out.find('\x1B'), std::string::npos);
 }
 
+TEST_F(CheckTest, ColoursAreForTerminalsThatWantThem) {
+  write("job.cfg", "NoSuchKey=1\n[Global]\nNoSuchKey=1\n");
+  const auto coloursWith = [this](const std::map<std::string, std::string>& variables) {
+    const ProgramResult result = runOdaxgenOnTerminal({"check", "job.cfg"}, path(), variables);
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_THAT(result.out, HasSubstr("job.cfg:3:"));
+    return result.out.find('\033') != std::string::npos;
+  };
+  EXPECT_TRUE(coloursWith({}));
+  EXPECT_TRUE(coloursWith({{"NO_COLOR", ""}})) << "empty is as good as not set";
+  EXPECT_FALSE(coloursWith({{"NO_COLOR", "1"}}));
+  EXPECT_FALSE(coloursWith({{"TERM", "dumb"}}));
+}
+
 TEST_F(CheckTest, JsonIsOneDocumentAndNothingElse) {
   Job job;
   job.odax += "Copies = 3\n";

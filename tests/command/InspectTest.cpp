@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "ExampleJob.h"
+#include "JsonSchema.h"
 #include "PageJob.h"
 #include "Program.h"
 
@@ -70,6 +71,7 @@ class InspectTest : public PageJob {
   void expectGolden(const std::string& name, const std::vector<std::string>& arguments) const {
     const ProgramResult result = inspect(arguments);
     EXPECT_EQ(result.exitCode, 0) << result.err;
+    EXPECT_EQ(schemaProblems("inspect", json::parse(result.out)), "");
     const std::filesystem::path golden =
         std::filesystem::path(ODAXGEN_SOURCE_FOLDER) / "tests/command/golden" / name;
     if (std::getenv("ODAXGEN_WRITE_GOLDEN") != nullptr) {
@@ -153,6 +155,7 @@ TEST_F(InspectTest, ADamagedFileExits1WithTheFirstOffsetThatIsWrong) {
   const ProgramResult asJson = inspect({"damaged.dat", "--json"});
   EXPECT_EQ(asJson.exitCode, 1);
   EXPECT_EQ(json::parse(asJson.out)["damage"]["offset"], at);
+  EXPECT_EQ(schemaProblems("inspect", json::parse(asJson.out)), "");
 }
 
 TEST_F(InspectTest, EveryTruncationIsACleanError) {

@@ -591,7 +591,7 @@ TEST_F(RunTest, AFullDiskIsSaidAndLeavesTheEarlierFileAsItWas) {
     const ProgramResult result = run({"-q", "job.cfg"}, {.mostBytes = 100000});
     EXPECT_EQ(result.exitCode, 1);
     EXPECT_THAT(result.err, StartsWith("odaxgen: job failed: "));
-    EXPECT_THAT(result.err, HasSubstr(": File too large\n"));
+    EXPECT_THAT(result.err, HasSubstr(": File too large\nodaxgen: Make room there, "));
     EXPECT_EQ(text("job.odx"), "earlier");
     EXPECT_THAT(partsLeft(), IsEmpty());
   }

@@ -34,7 +34,7 @@ bool isSet(const char* variable) {
 
 bool hasColours() {
   const char* terminal = std::getenv("TERM");
-  const bool isDumb = terminal == nullptr || std::string_view(terminal) == "dumb";
+  const bool isDumb = !isSet("TERM") || std::string_view(terminal) == "dumb";
   return isatty(STDOUT_FILENO) == 1 && !isSet("NO_COLOR") && !isDumb;
 }
 

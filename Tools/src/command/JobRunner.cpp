@@ -104,7 +104,10 @@ class RunHooks : public JobHooks {
     const ErrnoKept kept;
     return output_.stage(path);
   }
-  void writeFailed(const char* path, int error) override { endJob(path, error); }
+  void writeFailed(const char* path, int error) override {
+    result_.hasWriteFailed = true;
+    endJob(path, error);
+  }
   void readFailed(const char* path, int error) override { endJob(path, error); }
 
   void jobBegins(const parameter& record) override {

@@ -23,13 +23,14 @@ struct SkippedPage {
 struct JobResult {
   std::string config;  // as given
   bool isDone = false;
-  std::optional<int> code;  // of a job that ended with one
-  std::string cause;        // of one that ended otherwise
-  std::string message;      // of the library, when they are kept
-  std::string output;       // path of the job file; empty: the configuration was refused
-  std::string partial;      // where the output of a failed job was kept
-  uint64_t bytes = 0;       // of the job file
-  size_t pages = 0;         // that are in it
+  std::optional<int> code;      // of a job that ended with one
+  std::string cause;            // of one that ended otherwise
+  bool hasWriteFailed = false;  // that is the cause
+  std::string message;          // of the library, when they are kept
+  std::string output;           // path of the job file; empty: the configuration was refused
+  std::string partial;          // where the output of a failed job was kept
+  uint64_t bytes = 0;           // of the job file
+  size_t pages = 0;             // that are in it
   std::vector<SkippedPage> skipped;
   double seconds = 0;
 };

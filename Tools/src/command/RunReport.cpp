@@ -11,14 +11,22 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-constexpr const char* kMixedCompression =
-    "a composite CMYK image is compressed other than by PackBits; write it anew without "
-    "compression or with PackBits";
+// Counts up when a key changes its meaning or goes away; new keys do not count.
+constexpr int kFormat = 1;
+
+constexpr const char* kOtherCompression =
+    "ImageFileCMYK has a compression that is not read. Save it uncompressed or with PackBits: "
+    "\"tiffcp -c packbits page.tif new.tif\" does it.";
+
+constexpr const char* kDiskFull =
+    "Make room there, or name another place: OutFilePath for the job file, TMPDIR for the "
+    "temporary file. An earlier job file is as it was.";
 
 // What to do about a failure; empty: nothing is known.
 std::string adviceOn(const JobResult& result) {
   if (result.isDone) return "";
-  if (!result.code) return result.cause == "Internal Exception" ? kMixedCompression : "";
+  if (result.hasWriteFailed) return kDiskFull;
+  if (!result.code) return result.cause == "Internal Exception" ? kOtherCompression : "";
   const ErrorAdvice* advice = adviceFor(*result.code);
   return advice == nullptr ? "" : advice->whatToDo;
 }
@@ -64,6 +72,7 @@ void reportResult(const JobResult& result, bool isOneOfMany) {
 
 std::string resultsAsJson(const std::vector<JobResult>& results) {
   Json json;
+  json["format"] = kFormat;
   json["jobs"] = Json::array();
   for (const JobResult& result : results) json["jobs"].push_back(resultAsJson(result));
   // Names of files need not be UTF-8.

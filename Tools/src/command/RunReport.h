@@ -12,7 +12,7 @@ namespace command {
 /// @param isOneOfMany  its configuration is named
 void reportResult(const JobResult& result, bool isOneOfMany);
 
-/// {"jobs": [...]}, see docs/run-json.md. Ends with a line end.
+/// {"format": 1, "jobs": [...]}, see docs/run-json.md. Ends with a line end.
 std::string resultsAsJson(const std::vector<JobResult>& results);
 
 }  // namespace command
