@@ -11,5 +11,7 @@ function(odaxgen_add_revision target)
   add_custom_target(${target}-revision COMMAND ${look_up}
     BYPRODUCTS ${folder}/Revision.h COMMENT "Looking up the revision" VERBATIM)
   add_dependencies(${target} ${target}-revision)
-  target_include_directories(${target} PRIVATE ${folder})
+  # For the one source that needs it: other compile commands are then the same in every tree.
+  set_source_files_properties(${PROJECT_SOURCE_DIR}/Tools/src/command/Version.cpp PROPERTIES
+    INCLUDE_DIRECTORIES ${folder})
 endfunction()

@@ -806,7 +806,7 @@ const std::vector<ErrorCase>& errorCases() {
       {"-26", [](Job& j) { j.replace("ColorSpace = 5", "ColorSpace = 6"); }, kImage + 2,
        "no ColorSpace 6"},
       {"-27", [](Job& j) { j.global += "OutFilePath = \"b\"\n"; }, kGlobal + 3, "twice"},
-      {"-28", [](Job& j) { j.replace("\"out.odx\"", "out.odx"); }, kGlobal + 1, "in quotes"},
+      {"-28", [](Job& j) { j.replace("\"out.odx\"", "out.odx"); }, kGlobal + 1, "in double quotes"},
       {"-30", [](Job& j) { j.global += "SplitDataSize = 5\n"; }, kGlobal + 3, "twice"},
       {"-31", [](Job& j) { j.replace("65536", "64k"); }, kGlobal + 2, "a number"},
       {"-32", [](Job& j) { j.image += "ColorSpace = 5\n"; }, kImage + 6, "twice"},

@@ -93,9 +93,7 @@ TEST(Command, WrongUsageExits2AndSaysWhereHelpIs) {
       {"nothing", {}, "odaxgen: missing CONFIG\n"},
       {"only dashes", {"--"}, "odaxgen: missing CONFIG\n"},
       {"unknown option", {"--frob"}, "odaxgen: The following argument was not expected: --frob\n"},
-      {"two files",
-       {"a.cfg", "b.cfg"},
-       "odaxgen: The following argument was not expected: b.cfg\n"},
+      {"two files", {"a.cfg", "b.cfg"}, "odaxgen: a.cfg is neither a file nor a subcommand\n"},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);

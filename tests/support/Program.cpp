@@ -68,6 +68,8 @@ RunningProgram::RunningProgram(const std::vector<std::string>& arguments, const 
   if (process_ > 0) return;
   redirect(STDOUT_FILENO, surroundings.out.empty() ? streams_.path("out") : surroundings.out);
   redirect(STDERR_FILENO, streams_.path("err"));
+  // A shell that runs the tests in the background ignores some of these.
+  for (const int number : {SIGINT, SIGQUIT, SIGTERM, SIGHUP, SIGPIPE}) std::signal(number, SIG_DFL);
   for (const int number : surroundings.ignored) std::signal(number, SIG_IGN);
   if (!setVariables({{"TMPDIR", temporary_.path()}})) _exit(kCannotStart);
   if (!setVariables(surroundings.variables)) _exit(kCannotStart);
@@ -116,6 +118,7 @@ ProgramResult runOdaxgenOnTerminal(const std::vector<std::string>& arguments,
   const pid_t child = forkpty(&terminal, nullptr, nullptr, &size);
   if (child < 0) throw std::runtime_error("cannot start a process on a terminal");
   if (child == 0) {
+    std::signal(SIGINT, SIG_DFL);
     if (!setVariables({{"TERM", "xterm"}}) || !setVariables(variables)) _exit(kCannotStart);
     become(odaxgenWith(arguments), folder);
   }

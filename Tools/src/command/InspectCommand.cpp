@@ -74,7 +74,8 @@ void addInspect(CLI::App& app, int& exitCode) {
   sub->add_flag("--commands", options->commands, "list every raster command with its offset");
   sub->add_flag("--json", options->json, "print JSON");
   sub->footer(
-      "\nExit codes: 0 the file is whole; 1 it is damaged or differs from CONFIG; 2 wrong "
+      "\nExit codes: 0 the file is whole; 1 it is damaged, or its packets are not those of CONFIG; "
+      "2 wrong "
       "usage.\n");
   sub->callback([options, &exitCode] { exitCode = guarded([&] { return inspect(*options); }); });
 }

@@ -82,6 +82,17 @@ int failUsage(const CLI::App& app, const std::string& what, const std::string& m
   return command::kExitUsage;
 }
 
+// Whoever mistypes a subcommand gives a configuration that is not there, and one file too many.
+std::string usageError(const std::string& config, const CLI::ParseError& error) {
+  const bool isExtra = error.get_exit_code() == static_cast<int>(CLI::ExitCodes::ExtrasError);
+  std::error_code ignored;
+  if (!isExtra || config.empty()) return error.what();
+  if (std::filesystem::exists(config, ignored)) {
+    return std::string(error.what()) + "; several jobs: odaxgen run CONFIG...";
+  }
+  return config + " is neither a file nor a subcommand";
+}
+
 // A closed stream's number would go to the next file that is opened, and messages into that file.
 // Opened the wrong way round, the streams fail as closed ones do.
 void fillClosedStreams() {
@@ -101,7 +112,7 @@ int run(int argc, char** argv) {
   } catch (const CLI::Success& asked) {  // help or version
     return app.exit(asked);
   } catch (const CLI::ParseError& error) {
-    return failUsage(app, error.what(), mistypedSubcommand(app, config));
+    return failUsage(app, usageError(config, error), mistypedSubcommand(app, config));
   }
   if (!app.get_subcommands().empty()) return exitCode;
   if (app.count("CONFIG") == 0) return failUsage(app, "missing CONFIG");

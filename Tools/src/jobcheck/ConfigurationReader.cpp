@@ -133,6 +133,7 @@ class Reader {
   void requireFormat(PageLines& page);
   void requireDepths(PageLines& page);
   void requireDepths(PageLines& page, const FileRequirement& requirement);
+  [[nodiscard]] std::string hintOnMissing(const PageLines& page, const std::string& key) const;
   void requirePageItem(PageLines& page, const std::string& key, const std::string& asked,
                        const std::string& why);
   void listCombination(int code, PageLines& page);
@@ -488,6 +489,14 @@ void Reader::requireDepths(PageLines& page, const FileRequirement& requirement) 
   }
 }
 
+std::string Reader::hintOnMissing(const PageLines& page, const std::string& key) const {
+  if (page.record != record_->imageParameterList && isImageHXRasterSetting(page.record) == 1) {
+    return "this page sets part of the format and so takes nothing of it from the first page: give "
+           "all of the format here or nothing";
+  }
+  return key.starts_with("PixelDepth") ? "add it, for example " + key + " = 8" : "add it";
+}
+
 void Reader::requirePageItem(PageLines& page, const std::string& key, const std::string& asked,
                              const std::string& why) {
   const int code = codeOf(
@@ -502,7 +511,8 @@ void Reader::requirePageItem(PageLines& page, const std::string& key, const std:
   const ConfigItem* item = page.lines.find(key);
   const bool isBehind = sectionLine_ != page.lines.headerLine;
   if (item == nullptr) {
-    problems_.error(configuration_.at(page.lines.headerLine), code, key + " is missing: " + why);
+    problems_.error(configuration_.at(page.lines.headerLine), code, key + " is missing: " + why,
+                    hintOnMissing(page, key));
   } else if (isBehind) {
     problems_.error(configuration_.at(sectionLine_), code,
                     key + " is looked for in this section, which stands behind the page",

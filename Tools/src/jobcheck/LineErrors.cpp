@@ -76,10 +76,22 @@ Words wordsOfTwice(const RefusedLine& refused) {
   return {text, "remove one of the two lines"};
 }
 
+// 'text' and curly quotes are quotes elsewhere.
+std::string withoutOtherQuotes(std::string value) {
+  for (const std::string mark : {"'", "\xE2\x80\x9C", "\xE2\x80\x9D", "\xE2\x80\x9E"}) {
+    if (value.starts_with(mark)) value.erase(0, mark.size());
+    if (value.ends_with(mark)) value.erase(value.size() - mark.size());
+  }
+  return value;
+}
+
 Words wordsOfString(const RefusedLine& refused) {
   const std::string& value = refused.value;
-  const std::string what = refused.key + " needs a text in quotes, not " + quoted(value);
-  if (value.front() != '"') return {what, "write " + refused.key + " = \"" + value + "\""};
+  if (value.front() != '"') {
+    return {refused.key + " needs a text in double quotes; " + value + " has none",
+            "write " + refused.key + " = \"" + withoutOtherQuotes(value) + "\""};
+  }
+  const std::string what = refused.key + " needs a text in double quotes, not " + value;
   if (refused.line.find('#') != std::string::npos) {
     return {what, "a # cuts the line, also inside quotes: the path must do without it"};
   }
