@@ -27,15 +27,16 @@ struct Options {
   bool isQuiet = false;
 };
 
-bool isSet(const char* variable) {
-  const char* value = std::getenv(variable);
-  return value != nullptr && value[0] != '\0';
+// Of a variable that is not set: empty.
+std::string_view variable(const char* name) {
+  const char* value = std::getenv(name);
+  return value == nullptr ? std::string_view() : value;
 }
 
 bool hasColours() {
-  const char* terminal = std::getenv("TERM");
-  const bool isDumb = !isSet("TERM") || std::string_view(terminal) == "dumb";
-  return isatty(STDOUT_FILENO) == 1 && !isSet("NO_COLOR") && !isDumb;
+  const std::string_view terminal = variable("TERM");
+  const bool isAble = !terminal.empty() && terminal != "dumb";
+  return isatty(STDOUT_FILENO) == 1 && isAble && variable("NO_COLOR").empty();
 }
 
 bool isRefused(const std::vector<jobcheck::CheckedJob>& jobs, bool isStrict) {

@@ -82,6 +82,10 @@ int failUsage(const CLI::App& app, const std::string& what, const std::string& m
   return command::kExitUsage;
 }
 
+std::string notFound(const std::string& config) {
+  return command::printable(config) + " is neither a file nor a subcommand";
+}
+
 // Whoever mistypes a subcommand gives a configuration that is not there, and one file too many.
 std::string usageError(const std::string& config, const CLI::ParseError& error) {
   const bool isExtra = error.get_exit_code() == static_cast<int>(CLI::ExitCodes::ExtrasError);
@@ -90,7 +94,7 @@ std::string usageError(const std::string& config, const CLI::ParseError& error) 
   if (std::filesystem::exists(config, ignored)) {
     return std::string(error.what()) + "; several jobs: odaxgen run CONFIG...";
   }
-  return config + " is neither a file nor a subcommand";
+  return notFound(config);
 }
 
 // A closed stream's number would go to the next file that is opened, and messages into that file.
@@ -118,7 +122,7 @@ int run(int argc, char** argv) {
   if (app.count("CONFIG") == 0) return failUsage(app, "missing CONFIG");
   if (config.empty()) return failUsage(app, "CONFIG: the name is empty");
   const std::string meant = mistypedSubcommand(app, config);
-  if (!meant.empty()) return failUsage(app, config + " is neither a file nor a subcommand", meant);
+  if (!meant.empty()) return failUsage(app, notFound(config), meant);
   return command::runJobOf(config);
 }
 
