@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -251,6 +252,65 @@ TEST_F(JobHooksTest, AreToldOnceForEachFile) {
   hooks.stops = false;
   EXPECT_EQ(run(hooks, jobOnFullDevice(sendDataJob("SplitDataSize=4096\n"))), 0);
   EXPECT_EQ(hooks.failures.size(), 1U);
+}
+
+// Files that can be opened and not be read.
+class FailingReads : public JobHooks {
+ public:
+  void readFailed(const char* path, int error) override {
+    file = std::string(path);
+    number = error;
+    throw kStop;
+  }
+  std::string file;
+  int number = 0;
+};
+
+// A file with an input error: the beginning of this process's own memory.
+constexpr const char* kUnreadable = "/proc/self/mem";
+
+TEST_F(JobHooksTest, AnInputThatCannotBeReadIsTold) {
+  folder.writeImage("page.tif", {{1, 2, 3}});
+  std::filesystem::create_symlink(kUnreadable, folder.path("bad.tif"));
+  std::filesystem::create_symlink(kUnreadable, folder.path("bad.cfg"));
+  const std::string rest =
+      "[HXRaster]\nGraphicsResolutionH=600\nGraphicsResolutionV=600\n[Image]\nColorSpace=4\n"
+      "NumOfPlanes=1\nCompressionMode=2\nPixelDepthK=8\nImageFileK=\"@/page.tif\"\n";
+  const std::string job =
+      "[Global]\nOutFilePath=\"@/out.dat\"\nSplitDataSize=0\n" + std::string(kTemplates) + rest;
+  struct Case {
+    const char* part;
+    const char* instead;
+    const char* told;
+  };
+  const Case kCases[] = {
+      {"page.tif", "bad.tif", "@/bad.tif"},
+      {"@/SJ.xml", kUnreadable, kUnreadable},
+      {"@/SD.xml", kUnreadable, kUnreadable},
+  };
+  for (const Case& c : kCases) {
+    SCOPED_TRACE(c.part);
+    std::string bad = job;
+    bad.replace(bad.find(c.part), std::string(c.part).size(), c.instead);
+    FailingReads hooks;
+    EXPECT_EQ(run(hooks, bad), kStop);
+    EXPECT_EQ(folder.shorten(hooks.file), c.told);
+    EXPECT_EQ(hooks.number, EIO);
+  }
+}
+
+TEST_F(JobHooksTest, AConfigurationThatCannotBeReadIsTold) {
+  FailingReads hooks;
+  Capture capture;
+  EXPECT_EQ(thrownBy([&] { runJob(hooks, kUnreadable); }), kStop);
+  EXPECT_EQ(hooks.file, kUnreadable);
+  EXPECT_EQ(hooks.number, EIO);
+}
+
+TEST_F(JobHooksTest, AFolderIsNoFailureButAnEmptyFile) {
+  FailingReads hooks;
+  Capture capture;
+  EXPECT_EQ(thrownBy([&] { runJob(hooks, folder.path("temp").c_str()); }), -9);
 }
 
 }  // namespace

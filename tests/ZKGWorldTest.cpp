@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <fstream>
 #include <memory>
 #include <string>
 
@@ -229,6 +230,32 @@ TEST(ZKGWorldFailure, ASizeThatCannotBeHeldFailsLikeMissingMemory) {
     EXPECT_EQ(result, 12);
     EXPECT_EQ(world, &untouched);
     EXPECT_EQ(errors, "ERROR! ZKewGWorld failed.(12) ZKGWorldLib.cpp(85)\n");
+  }
+}
+
+// Pages of memory that this process holds.
+long residentPages() {
+  long all = 0;
+  long resident = 0;
+  std::ifstream("/proc/self/statm") >> all >> resident;
+  return resident;
+}
+
+TEST(ZKGWorldClearing, MemoryThatWasNeverWrittenToStaysAway) {
+  constexpr long kMiB = (1L << 20) / 4096;
+  const World world = newWorld(1 << 20, 300, 8);
+  const long before = residentPages();
+  ZKClearGWorld(world.get());
+  EXPECT_LT(residentPages() - before, 16 * kMiB);
+  EXPECT_TRUE(pixelsAre(*world, 300, 0));
+}
+
+TEST(ZKGWorldClearing, EveryBytePlaceIsCleared) {
+  const World world = newWorld(4100, 3, 8);
+  for (long at = 0; at < 3L * world->rowBytes; ++at) {
+    world->pixels[at] = 1;
+    ZKClearGWorld(world.get());
+    ASSERT_EQ(world->pixels[at], 0) << at;
   }
 }
 

@@ -1,5 +1,6 @@
 // Tests of the TIFF reader's rows: every conversion with its bytes, strips and PackBits data, what
 // is refused and with which words, and files written by an independent library.
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <rapidcheck/gtest.h>
 #include <tiffio.h>
@@ -1485,6 +1486,63 @@ RC_GTEST_PROP(ZKTiffRowsProperty, RowsComeBackHoweverTheyAreCutAndPacked, ()) {
   page.order = *rc::gen::element('I', 'M');
   const Reader reader(ZKTiff_New(folder.write("image.tif", tiffFile(page)).c_str()));
   RC_ASSERT(allRows(reader, *rc::gen::inRange<long>(1, 50)) == rows);
+}
+
+TEST_F(ZKTiffRowsTest, RowsThatTheFileCannotHoldAreNotDeliveredAndSaidOnce) {
+  TiffPage page;
+  page.width = 13;
+  page.height = 0xFFFFFFFF;
+  page.strips = {{1, 2, 3}};
+  const Reader reader = open(tiffFile(page));
+  const World world = newWorld(13, 300, 8);
+  const Block first = readBlock(reader, world, nullptr);
+  EXPECT_EQ(first.rows, 0);
+  EXPECT_EQ(first.errors, "ERROR!: \"" + folder.path("image.tif") +
+                              "\": the file is too small for 4294967295 rows of 13 bytes.\n");
+  const Block second = readBlock(reader, world, nullptr);
+  EXPECT_EQ(second.rows, 0);
+  EXPECT_EQ(second.errors, "");
+}
+
+TEST_F(ZKTiffRowsTest, ACompressionThatIsNotReadIsRefusedWhateverIsClaimed) {
+  TiffPage page;
+  page.width = 13;
+  page.height = 0xFFFFFFFF;
+  page.compression = 5;
+  page.strips = {{1, 2, 3}};
+  const Block block = readBlock(open(tiffFile(page)), newWorld(13, 300, 8), nullptr);
+  EXPECT_EQ(block.thrown, -41);
+}
+
+TEST_F(ZKTiffRowsTest, ChannelsThatTheFileCannotHoldAreNotDelivered) {
+  TiffPage page;
+  page.width = 13;
+  page.height = 0xFFFFFFFF;
+  page.bits = {8, 8, 8, 8};
+  page.strips = {{1, 2, 3}};
+  const Block block = readChannel0(open(tiffFile(page)), newWorld(13, 300, 8));
+  EXPECT_EQ(block.rows, 0);
+  EXPECT_THAT(block.errors, testing::HasSubstr(": the file is too small for "));
+}
+
+TEST_F(ZKTiffRowsTest, BuffersOfAnRgbClaimAreNotTouched) {
+  TiffPage page;
+  page.width = 300000;
+  page.height = 1;
+  page.bits = {8, 8, 8};
+  page.photometric = 2;
+  page.strips = {{1, 2, 3}};
+  const Reader reader = open(tiffFile(page));
+  const World red = newWorld(4, 2, 8);
+  const World green = newWorld(4, 2, 8);
+  const World blue = newWorld(4, 2, 8);
+  int rows = -1;
+  const std::string errors = errorsOf([&] {
+    rows = ZKTiff_ReadNextRasterBlockRGB(reader.get(), red.get(), green.get(), blue.get(), 0);
+  });
+  EXPECT_EQ(rows, 0);
+  EXPECT_THAT(errors, testing::HasSubstr(": the file is too small for 1 rows of 900000 bytes.\n"));
+  EXPECT_TRUE(allPixelsAre(red, 0));
 }
 
 }  // namespace

@@ -315,6 +315,21 @@ TEST_F(ZKTiffTest, ARowThatCannotBeHeldRefusesTheFile) {
   }
 }
 
+TEST_F(ZKTiffTest, AClaimThatTheFileCannotHoldIsMarked) {
+  TiffPage page;
+  page.width = 13;
+  page.strips = {{1, 2, 3}};
+  // 2^31 bytes and 1024 for each of the file's, at 77 for a row
+  const size_t size = tiffFile(page).size();
+  const auto most = static_cast<uint32_t>(((uint64_t{1} << 31U) + size * 1024) / 77);
+  page.height = most;
+  EXPECT_FALSE(open(tiffFile(page))->isBeyondFile);
+  page.height = most + 1;
+  const Reader reader = open(tiffFile(page));
+  EXPECT_TRUE(reader->isBeyondFile);
+  expectSize(reader, 13, most + 1);  // the record tells what the file says
+}
+
 // Directories ------------------------------------------------------------------------------------
 
 TEST_F(ZKTiffTest, TheLastPageOfAFileCounts) {
@@ -434,6 +449,79 @@ TEST_F(ZKTiffTest, ATruncatedFileNeverHarms) {
       ASSERT_NE(reader, nullptr) << size;
     }
   }
+}
+
+TEST_F(ZKTiffTest, OfEntriesWithOneTagTheLastCounts) {
+  for (const char order : {'I', 'M'}) {
+    SCOPED_TRACE(order);
+    TiffWriter file(order);
+    file.field(kTagWidth, kTiffShort, {9});
+    file.field(kTagBitsPerSample, kTiffShort, {16, 16, 16});
+    file.field(kTagStripOffsets, kTiffLong, {1, 2, 3});
+    file.field(kTagWidth, kTiffLong, {70000});
+    file.field(kTagBitsPerSample, kTiffShort, {8});
+    file.field(kTagStripOffsets, kTiffLong, {5});
+    file.endDirectory();
+    const Reader reader = open(file);
+    expectSize(reader, 70000, 0);
+    EXPECT_EQ(reader->bitsPerPixel, 8);
+    EXPECT_EQ(reader->stripCount, 1U);
+    EXPECT_EQ(reader->firstStripOffset, 5);
+    // A single value says nothing of the samples, so what was said before stays.
+    EXPECT_EQ(reader->sampleBits, (std::array<uint8_t, 4>{16, 16, 16, 16}));
+  }
+}
+
+// Where reading goes on without strip offsets.
+TEST_F(ZKTiffTest, AValueElsewhereMovesTheFileAlsoWhenALaterEntryReplacesIt) {
+  TiffWriter file('I');
+  const uint32_t at = file.append({9, 0, 0, 0, 0x55});
+  file.offsetField(kTagWidth, kTiffLong, 2, at);
+  file.field(kTagWidth, kTiffShort, {3});
+  file.endDirectory();
+  const Reader reader = open(file);
+  EXPECT_EQ(reader->width, 3U);
+  EXPECT_EQ(readByte(reader.get()), 0x55);
+}
+
+TEST_F(ZKTiffTest, AValueBehindTheEndEndsTheWalkAlsoWhenALaterEntryReplacesIt) {
+  TiffWriter file('I');
+  file.offsetField(kTagWidth, kTiffLong, 2, 0x1000);
+  file.field(kTagWidth, kTiffShort, {3});
+  file.endDirectory();
+  file.field(kTagHeight, kTiffShort, {7});
+  file.endDirectory();
+  const Reader reader = open(file);
+  expectSize(reader, 3, 0);
+}
+
+// A chain of directories of 786 KB each, eight bytes apart, and a small one behind it.
+TEST_F(ZKTiffTest, DirectoriesThatOverlapEndWhenTheyAreMoreThanAFileCanHold) {
+  constexpr uint32_t kEntries = 65535;
+  constexpr uint32_t kDirectories = 2000;
+  constexpr uint32_t kApart = 8;
+  TiffWriter file('I');
+  const uint32_t begin = file.size();
+  const uint32_t linkAt = 2 + kEntries * 12;
+  Bytes chain(linkAt + size_t{kDirectories} * kApart);
+  const auto put = [&file](Bytes& bytes, size_t at, uint32_t value) {
+    const Bytes number = file.number(value, 4);
+    std::copy(number.begin(), number.end(), bytes.begin() + static_cast<std::ptrdiff_t>(at));
+  };
+  for (uint32_t i = 0; i < kDirectories; ++i) {
+    const size_t at = size_t{i} * kApart;
+    chain[at] = chain[at + 1] = 0xFF;
+    put(chain, at + linkAt, begin + (i + 1) * kApart);
+  }
+  const auto behind = static_cast<uint32_t>(begin + chain.size());
+  put(chain, size_t{kDirectories - 1} * kApart + linkAt, behind);
+  file.append(chain);
+  file.append({1, 0, 0x01, 0x01, 3, 0, 1, 0, 0, 0, 7, 0, 0, 0, 0, 0, 0, 0});  // a height of 7
+  Bytes bytes = file.bytes();
+  put(bytes, 4, behind);
+  EXPECT_EQ(open(bytes)->height, 7U);
+  put(bytes, 4, begin);
+  EXPECT_EQ(open(bytes)->height, 0U);
 }
 
 TEST_F(ZKTiffTest, AsManyEntriesAsCanBeClaimedAreHarmless) {

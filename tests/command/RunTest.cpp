@@ -71,6 +71,7 @@ class RunTest : public testing::Test, public TempFolder {
     page.height = 2000000;
     page.strips = {Bytes(4000, 0x55)};
     write("long.tif", tiffFile(page));
+    fs::resize_file(path("long.tif"), 16'000'000);  // a smaller file would not be believed
     writePageJob(name, "long.tif", split);
   }
   // A pipe that a job reads: it waits there until somebody writes.

@@ -97,6 +97,10 @@ TEST_F(JobRequestTest, ARelativeConfigurationStartsAtTheCurrentFolder) {
   EXPECT_EQ(jobverify::readRequest("job.cfg").outputPath, folder.path("cwd/job.dat"));
 }
 
+TEST_F(JobRequestTest, AJobWithoutAnOutputOfItsOwnWritesTheDefaultOne) {
+  EXPECT_EQ(read("[Global]\nSendDataFile=\"data\"\n[ODAX]\n").outputPath, "ODAX.dat");
+}
+
 TEST_F(JobRequestTest, TemplatesAreThoseOfTheConfiguration) {
   const JobRequest request = read(sendDataJob(""));
   EXPECT_EQ(request.templates.startJob, folder.path("SJ.xml"));

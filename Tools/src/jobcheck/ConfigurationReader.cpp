@@ -361,6 +361,9 @@ void Reader::appendItem(bool isHeader) {
   item->line = newTextCopy(line_.text.c_str());
   item->key = newTextCopy(key_.data());
   item->value = newTextCopy(value_.data());
+  if (item->line == nullptr || item->key == nullptr || item->value == nullptr) {
+    throw std::bad_alloc();
+  }
 }
 
 void Reader::readItem() {

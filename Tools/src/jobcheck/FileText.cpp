@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 
 #include <array>
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 
@@ -79,6 +80,7 @@ bool FileText::read(const std::string& path) {
     if (got == 0) break;
     content_.append(piece.data(), got);
   }
+  if (std::ferror(file.get()) != 0) tellReadFailure(path.c_str(), errno);
   return true;
 }
 

@@ -1,6 +1,9 @@
 #include "ImageChecks.h"
 
 #include <algorithm>
+#include <climits>
+
+#include "Limits.h"
 
 namespace jobcheck {
 
@@ -33,6 +36,10 @@ class ImageCheck {
       warn("empty-image", "has no pixels; it gives the page nothing");
       return;
     }
+    if (facts_.isBeyondFile) {
+      checkClaim();
+      return;
+    }
     checkStrips();
     checkSamples();
     checkColours();
@@ -56,6 +63,17 @@ class ImageCheck {
       warn("not-tiff", "is no TIFF file despite its name; it gives the page nothing",
            "save it as a TIFF file, uncompressed or with PackBits");
     }
+  }
+
+  // Of an image so wide that no plane can hold it, its plane says so.
+  [[nodiscard]] bool fitsNoPlane() const { return facts_.rowBytes() / 8 * kBandRows > INT_MAX; }
+
+  void checkClaim() {
+    if (fitsNoPlane()) return;
+    warn("image-too-large",
+         "says that it has " + counted(facts_.height, "row") + ", which a file of " +
+             counted(facts_.fileBytes, "byte") + " cannot hold; it gives the page nothing",
+         "it is damaged; write it anew");
   }
 
   void checkDirectories() {

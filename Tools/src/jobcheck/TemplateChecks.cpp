@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <new>
 #include <set>
 #include <utility>
 #include <vector>
@@ -92,7 +93,11 @@ class TemplateChecks::Work {
         splitBefore_(mSplitDataSize),
         pairs_(job.configuration.overrideLines.size()) {
     ODAX_Init();
-    ODAX_SetOverRideKeyValue(configuration_.overrides.keys, configuration_.overrides.values);
+    try {
+      ODAX_SetOverRideKeyValue(configuration_.overrides.keys, configuration_.overrides.values);
+    } catch (int) {  // it knows one reason only
+      throw std::bad_alloc();
+    }
     const int32_t split = configuration_.record->SplitDataSize;
     ODAX_SetSplitDataSize(split == kNotSet ? 0 : static_cast<uint32_t>(split));
   }

@@ -8,6 +8,7 @@
 
 #include "FileBytes.h"
 #include "FileText.h"
+#include "ImageClaim.h"
 
 namespace jobcheck {
 
@@ -68,7 +69,7 @@ class Directories {
   explicit Directories(TiffFacts& facts) : facts_(facts) {}
 
   bool open(const std::string& path) {
-    if (!file_.open(path.c_str())) return false;
+    if (!file_.open(path.c_str())) return false;  // the path outlives this
     facts_.fileBytes = file_.size();
     return true;
   }
@@ -279,7 +280,12 @@ void Directories::read() {
   loadOffsets();
   const uint64_t sampleBytes = (uint64_t{facts_.width} * facts_.sampleBits + 7) / 8;
   facts_.isTooLarge = facts_.rowBytes() > kMostRowBytes || sampleBytes > kMostRowBytes;
-  if (!facts_.isTooLarge) return;
+  if (!facts_.isTooLarge) {
+    const auto rowBytes = static_cast<uint32_t>(facts_.rowBytes());
+    facts_.isBeyondFile =
+        isClaimBeyondFile(facts_.height, rowBytes, facts_.bitsPerPixel, facts_.fileBytes);
+    return;
+  }
   facts_.isTiff = false;
   facts_.width = facts_.height = 0;
 }

@@ -15,9 +15,10 @@ struct TiffFacts {
   bool isOpen = false;       // false: it cannot be opened
   bool isTiff = false;       // false: an image without pixels, whatever its name
   bool isBigTiff = false;
-  bool isTooLarge = false;  // a row cannot be held; taken as an image without pixels
-  bool isEndless = false;   // it has too many directories to look at
-  bool isUnknown = false;   // it is endless, missing or no plain file: nothing below is known
+  bool isTooLarge = false;    // a row cannot be held; taken as an image without pixels
+  bool isBeyondFile = false;  // the file is far too small for its rows, and none is delivered
+  bool isEndless = false;     // it has too many directories to look at
+  bool isUnknown = false;     // it is endless, missing or no plain file: nothing below is known
   uint64_t fileBytes = 0;
 
   // What the system goes by.

@@ -93,6 +93,10 @@ void applyImage(PlaneRequest& plane, const std::array<int, 3>& rgbDepths, const 
   const Delivery delivery = deliveryOf(plane, rgbDepths, facts);
   if (delivery != Delivery::kSamples) plane.lost = whyLost(plane, facts);
   if (delivery == Delivery::kNothing) return;
+  if (facts.isBeyondFile) {
+    plane.lost = "the file is too small for its rows";
+    return;
+  }
   plane.rows = facts.height;
   plane.hasSamples = delivery == Delivery::kSamples && facts.width > 0;
   if (plane.hasSamples) plane.notCompared = whyNotCompared(plane, facts);

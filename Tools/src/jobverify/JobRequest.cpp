@@ -294,7 +294,7 @@ class PageReader {
 
 JobRequest requestOf(const parameter& record, Images& images) {
   JobRequest request;
-  request.outputPath = record.OutFilePath;
+  request.outputPath = record.OutFilePath[0] == '\0' ? "ODAX.dat" : record.OutFilePath;
   request.sendDataFile = besideConfiguration(record, record.SendDataFile);
   request.resolutionH = static_cast<uint32_t>(record.GraphicsResolutionH);
   request.resolutionV = static_cast<uint32_t>(record.GraphicsResolutionV);

@@ -69,7 +69,7 @@ struct PageRequest {
 };
 
 struct JobRequest {
-  std::string outputPath;
+  std::string outputPath;    // "ODAX.dat" in the current folder when the configuration gives none
   std::string sendDataFile;  // empty: the pages are sent
   jobreader::JobTemplates templates;
   uint32_t resolutionH = 0, resolutionV = 0;

@@ -7,10 +7,15 @@
 #include <cctype>
 #include <cstdarg>
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <set>
 #include <string_view>
+#include <system_error>
 #include <utility>
+
+#include "ImageClaim.h"
+#include "ReadError.h"
 
 namespace jobverify {
 
@@ -60,14 +65,14 @@ struct Entry {
 // more is 0 and leaves isCut() true.
 class Directories {
  public:
-  explicit Directories(const std::string& path) : file_(path, std::ios::binary) {}
+  explicit Directories(const std::string& path) : path_(path), file_(path, std::ios::binary) {}
 
   [[nodiscard]] bool isOpen() const { return file_.is_open(); }
   [[nodiscard]] bool isCut() const { return isCut_; }
 
   bool readHeader() {
     std::array<char, 4> head{};
-    file_.read(head.data(), head.size());
+    read(head.data(), head.size());
     const std::string_view text(head.data(), static_cast<size_t>(file_.gcount()));
     isBigEndian_ = text == std::string_view("MM\0*", 4);
     return isBigEndian_ || text == std::string_view("II*\0", 4);
@@ -75,12 +80,7 @@ class Directories {
 
   uint32_t number(size_t bytes) {
     std::array<char, 4> raw{};
-    file_.read(raw.data(), static_cast<std::streamsize>(bytes));
-    if (!file_) {
-      isCut_ = true;
-      file_.clear();
-      return 0;
-    }
+    if (!read(raw.data(), bytes)) return 0;
     return combined(raw, bytes);
   }
 
@@ -122,12 +122,7 @@ class Directories {
     entry.type = static_cast<uint16_t>(number(2));
     entry.count = number(4);
     std::array<char, 4> raw{};
-    file_.read(raw.data(), raw.size());
-    if (!file_) {
-      isCut_ = true;
-      file_.clear();
-      return;
-    }
+    if (!read(raw.data(), raw.size())) return;
     const size_t size = sizeOf(entry.type);
     if (size == 0 || !isNumber(entry.tag)) return;
     entry.value = combined(raw, size);
@@ -138,6 +133,20 @@ class Directories {
     file_.seekg(next);
   }
 
+  // A file that cannot be read has not ended: what it holds is not known. A folder has ended.
+  bool read(char* to, size_t bytes) {
+    file_.read(to, static_cast<std::streamsize>(bytes));
+    std::error_code error;
+    if (file_.bad() && !std::filesystem::is_directory(path_, error)) {
+      throw jobreader::FileError(path_ + ": cannot be read");
+    }
+    if (file_) return true;
+    isCut_ = true;
+    file_.clear();
+    return false;
+  }
+
+  std::string path_;
   std::ifstream file_;
   bool isBigEndian_ = false;
   bool isCut_ = false;
@@ -238,6 +247,13 @@ void readDirectories(Directories& file, ImageFacts& facts, Tags& tags) {
   if (file.isCut()) tags.refused = "its directory is cut off";
 }
 
+bool isBeyondFile(const ImageFacts& facts, const std::string& path) {
+  std::error_code error;
+  const uint64_t fileBytes = std::filesystem::file_size(path, error);
+  const auto rowBytes = static_cast<uint32_t>(facts.rowBytes());
+  return !error && isClaimBeyondFile(facts.height, rowBytes, facts.bitsPerPixel(), fileBytes);
+}
+
 std::string whyUnreadable(const ImageFacts& facts, const Tags& tags) {
   if (tags.last.contains(kTileWidth) || tags.last.contains(kTileOffsets)) return "it is tiled";
   if (!tags.seen.contains(kStripOffsets)) return "it has no strips";
@@ -282,7 +298,8 @@ class LibtiffMessages {
   [[nodiscard]] static const std::string& first() { return sFirst; }
 
  private:
-  static void take(const char* /*module*/, const char* format, va_list arguments) {
+  [[gnu::format(printf, 2, 0)]] static void take(const char* /*module*/, const char* format,
+                                                 va_list arguments) {
     std::array<char, 256> text{};
     std::vsnprintf(text.data(), text.size(), format, arguments);
     if (sFirst.empty()) sFirst = text.data();
@@ -332,7 +349,10 @@ ImageFacts readImageFacts(const std::string& path) {
   readDirectories(file, facts, tags);
   facts.unknown = tags.refused;
   facts.unreadable = whyUnreadable(facts, tags);
-  if (facts.rowBytes() <= kMostRowBytes) return facts;
+  if (facts.rowBytes() <= kMostRowBytes) {
+    facts.isBeyondFile = isBeyondFile(facts, path);
+    return facts;
+  }
   // The system refuses it like a file that is none.
   ImageFacts refused;
   refused.directories = facts.directories;

@@ -24,6 +24,7 @@ struct ImageFacts {
   unsigned samples = 1;        // per pixel
   bool hasShortBits = false;   // what composites of inks need to be seen as such
   uint16_t photometric = 0;    // also when the file does not say it
+  bool isBeyondFile = false;   // the system takes none of its rows: such a file cannot hold them
   size_t directories = 0;      // images in the file; the last one counts
   uint32_t lastDirectory = 0;  // offset
 

@@ -4,7 +4,6 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <new>
 
 #include "CFGState.h"
 
@@ -153,7 +152,7 @@ class Parse {
         overrideValues_(overrideValues),
         hasVendorCmd_(hasVendorCmd) {}
 
-  void readFile(std::FILE* file);
+  void readFile(std::FILE* file, const char* path);
   void finish();
 
  private:
@@ -187,9 +186,9 @@ class Parse {
   bool hasRead_[kODAXSection + 1] = {};  // headers read, by section
 };
 
-void Parse::readFile(std::FILE* file) {
+void Parse::readFile(std::FILE* file, const char* path) {
   int length = 0;
-  while (sReadLine(line_, static_cast<int>(kLineBytes), file, &length) != nullptr) {
+  while (readLineOf(path, line_, static_cast<int>(kLineBytes), file, &length) != nullptr) {
     if (++lineNo_ == 1) {
       auto count = static_cast<uint32_t>(length);
       deleteBOM(line_, &count);
@@ -368,7 +367,7 @@ void parseParameter(const char* cfgPath, parameter* record, char** overrideKeys,
   my_printf("----------------------------------------------------------------------\n");
   my_printf("The Parameters you set are...\n");
   Parse parse(record, overrideKeys, overrideValues, hasVendorCmdXmlFile);
-  parse.readFile(file.get());
+  parse.readFile(file.get(), cfgPath);
   parse.finish();
   static_cast<void>(owner.release());
 }
@@ -413,7 +412,7 @@ char* trimSpaces(char* s) {
 }
 
 CFGFileItem* addCFGFile(CFGFileItem* last) {
-  auto* item = new (std::nothrow) CFGFileItem;
+  auto* item = newOrNull<CFGFileItem>();
   if (item != nullptr && last != nullptr) last->next = item;
   return item;
 }

@@ -5,7 +5,7 @@
 #include "Limits.h"
 
 /// Where the reader stands. The numbers are this module's own.
-enum Section {
+enum Section : int {
   kNoSection = 0,
   kGlobalSection = 1,
   kHXRasterSection = 2,

@@ -3,11 +3,13 @@
 #include <sys/types.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 #include <limits>
 
 bool FileBytes::open(const char* path) {
   file_.reset(my_fopen(path, "rb"));
+  path_ = path;
   position_ = 0;
   next_ = end_ = 0;
   isAtEnd_ = false;
@@ -22,6 +24,7 @@ size_t FileBytes::readStream(void* dst, size_t count) {
   const size_t got = std::fread(dst, 1, count, file_.get());
   isAtEnd_ = got < count;
   position_ += got;
+  if (isAtEnd_ && std::ferror(file_.get()) != 0) tellReadFailure(path_, errno);
   return got;
 }
 
@@ -52,6 +55,16 @@ size_t FileBytes::read(void* dst, size_t count) {
   return done;
 }
 
+// A position that the system refuses for being too far lies behind the end of any file.
+void FileBytes::moveStream(uint64_t offset) {
+  if (offset <= static_cast<uint64_t>(std::numeric_limits<off_t>::max())) {
+    if (fseeko(file_.get(), static_cast<off_t>(offset), SEEK_SET) == 0) return;
+    if (errno != EINVAL && errno != EOVERFLOW) tellReadFailure(path_, errno);
+  }
+  fseeko(file_.get(), 0, SEEK_END);
+  position_ = static_cast<uint64_t>(std::max<off_t>(ftello(file_.get()), 0));
+}
+
 void FileBytes::seek(uint64_t offset) {
   const uint64_t blockStart = position_ - end_;
   if (offset >= blockStart && offset <= position_) {
@@ -61,17 +74,17 @@ void FileBytes::seek(uint64_t offset) {
   next_ = end_ = 0;
   position_ = offset;
   isAtEnd_ = false;
-  if (file_ == nullptr) return;
-  // A position that the system refuses lies behind the end of any file.
-  const bool isReachable = offset <= static_cast<uint64_t>(std::numeric_limits<off_t>::max());
-  if (isReachable && fseeko(file_.get(), static_cast<off_t>(offset), SEEK_SET) == 0) return;
-  fseeko(file_.get(), 0, SEEK_END);
-  position_ = static_cast<uint64_t>(std::max<off_t>(ftello(file_.get()), 0));
+  if (file_ != nullptr) moveStream(offset);
 }
 
 uint64_t FileBytes::size() {
-  if (file_ == nullptr || fseeko(file_.get(), 0, SEEK_END) != 0) return 0;
-  const off_t end = ftello(file_.get());
-  if (fseeko(file_.get(), static_cast<off_t>(position_), SEEK_SET) != 0) return 0;
-  return end < 0 || end == std::numeric_limits<off_t>::max() ? 0 : static_cast<uint64_t>(end);
+  if (file_ == nullptr) return 0;
+  const bool isAtItsEnd = fseeko(file_.get(), 0, SEEK_END) == 0;
+  const off_t end = isAtItsEnd ? ftello(file_.get()) : -1;
+  const bool isBack = fseeko(file_.get(), static_cast<off_t>(position_), SEEK_SET) == 0;
+  if (end < 0 || !isBack) {
+    if (errno != ESPIPE) tellReadFailure(path_, errno);  // a pipe has no size
+    return 0;
+  }
+  return end == std::numeric_limits<off_t>::max() ? 0 : static_cast<uint64_t>(end);
 }

@@ -9,7 +9,9 @@
 
 class FileBytes {
  public:
-  /// Opens for binary reading; false leaves errno as fopen set it.
+  /// Opens for binary reading; false leaves errno as fopen set it. A read or a move that fails
+  /// later ends the file, and onReadFailure() is told.
+  /// @param path  kept, not copied
   bool open(const char* path);
   void close() { file_.reset(); }
   [[nodiscard]] bool isOpen() const { return file_ != nullptr; }
@@ -38,8 +40,10 @@ class FileBytes {
 
   [[nodiscard]] size_t buffered() const { return end_ - next_; }
   size_t readStream(void* dst, size_t count);
+  void moveStream(uint64_t offset);
 
   CFile file_;
+  const char* path_ = nullptr;
   uint64_t position_ = 0;  // of the stream: the offset of block_[end_]
   bool isAtEnd_ = false;   // a read fell short: no use in asking again
   size_t next_ = 0;        // the next byte of block_

@@ -4,7 +4,6 @@
 #include <climits>
 #include <cstdio>
 #include <cstring>
-#include <new>
 
 #include "CLibrary.h"
 #include "HXRasterState.h"
@@ -223,6 +222,9 @@ int reportTableFile(const char* message, int number, int line) {
 
 int reportTableFileNotOpened(const char* path) {
   const int number = errno;
+  const bool isNotGiven =
+      number == ENOENT || number == EACCES;  // as an image: the job does without
+  if (!isNotGiven) tellReadFailure(path, number);
   // The message names the image reader; kept as hosts know it.
   constexpr const char* kFormat = "ZKBMP_New can't open '%s'. (errno=%d)\n";
   const int length = std::snprintf(nullptr, 0, kFormat, path, number);
@@ -235,16 +237,22 @@ int reportTableFileNotOpened(const char* path) {
 // The size of an open file, rewound; 0 when it has no end to go to, negative when it has none at
 // all.
 long sizeOf(std::FILE* file) {
-  static_cast<void>(std::fseek(file, 0, SEEK_END));
+  if (std::fseek(file, 0, SEEK_END) != 0 && errno != ESPIPE) return -1;
   const long size = std::ftell(file);
   std::rewind(file);
   return size;
 }
 
+// A file that cannot be read sends nothing and is no failure, on purpose.
+int sendNoTable(const char* path, int error) {
+  tellReadFailure(path, error);
+  return 0;
+}
+
 }  // namespace
 
 HXRasterPlane* addPlane(HXRasterPlane* list) {
-  auto* plane = new (std::nothrow) HXRasterPlane;
+  auto* plane = newOrNull<HXRasterPlane>();
   if (plane != nullptr && list != nullptr) getLastPlane(list)->next = plane;
   return plane;
 }
@@ -385,7 +393,7 @@ int HXRaster_SendTableFile(const char* path) {
   if (file == nullptr) return reportTableFileNotOpened(path);
 
   const long size = sizeOf(file.get());
-  if (size < 0) return 0;
+  if (size < 0) return sendNoTable(path, errno);
   CBytes table;
   if (size <= INT_MAX) {
     table = newZeroedBytes(static_cast<size_t>(size));
@@ -396,9 +404,11 @@ int HXRaster_SendTableFile(const char* path) {
     static_cast<void>(file.release());  // left open, on purpose
     return reportTableFile("HXRaster_SendTableFile memory error", errno, __LINE__);
   }
-  // An unreadable file sends nothing and is no failure, on purpose. An empty one sends its size.
+  // An empty one sends its size.
   const auto bytes = static_cast<size_t>(size);
-  if (bytes > 0 && std::fread(table.get(), bytes, 1, file.get()) != 1) return 0;
+  if (bytes > 0 && std::fread(table.get(), bytes, 1, file.get()) != 1) {
+    return sendNoTable(path, std::ferror(file.get()) != 0 ? errno : EIO);  // or it has shrunk
+  }
   char header[kPathBytes];
   zk_sprintf(header, sizeof header, "\x1B$b%dW", static_cast<int>(size));
   ODAX_SendData(header, static_cast<int32_t>(std::strlen(header)));

@@ -37,8 +37,7 @@ class JobHooks {
     static_cast<void>(path);
     static_cast<void>(error);
   }
-  /// Bytes of the data file or of the temporary file could not be read. Default: what was read
-  /// until then is the data.
+  /// Bytes of an input or of the temporary file could not be read. Default: the file ends there.
   virtual void readFailed(const char* path, int error) {
     static_cast<void>(path);
     static_cast<void>(error);

@@ -139,17 +139,24 @@ void runPrepared(parameter* record, OverrideLists* overrides, int32_t hasVendorC
 // The modules below know no hooks; while one of these lives they reach this job's.
 class HooksBelow {
  public:
-  explicit HooksBelow(JobHooks& hooks) { ZKFile_OnWriteFailure(tell, &hooks); }
+  explicit HooksBelow(JobHooks& hooks) {
+    ZKFile_OnWriteFailure(tellWriteFailed, &hooks);
+    onReadFailure(tellReadFailed, &hooks);
+  }
   ~HooksBelow() {
     ZKFile_OnWriteFailure(nullptr, nullptr);
+    onReadFailure(nullptr, nullptr);
     ODAX_SetTempFolder(nullptr);
   }
   HooksBelow(const HooksBelow&) = delete;
   HooksBelow& operator=(const HooksBelow&) = delete;
 
  private:
-  static void tell(void* hooks, const char* path, int error) {
+  static void tellWriteFailed(void* hooks, const char* path, int error) {
     static_cast<JobHooks*>(hooks)->writeFailed(path, error);
+  }
+  static void tellReadFailed(void* hooks, const char* path, int error) {
+    static_cast<JobHooks*>(hooks)->readFailed(path, error);
   }
 };
 
@@ -179,13 +186,13 @@ int makeODAXData(const char* configurationPath) {
 }
 
 int runJob(JobHooks& hooks, const char* configurationPath) {
+  const HooksBelow hooksBelow(hooks);
   OverrideLists overrides;
   int32_t hasVendorCmd = 0;
   parameter* parsed = readConfiguration(configurationPath, &overrides, &hasVendorCmd);
   if (parsed->SplitDataSize != kNotSet) {
     ODAX_SetSplitDataSize(static_cast<uint32_t>(parsed->SplitDataSize));
   }
-  const HooksBelow hooksBelow(hooks);
   // Up to here a failure leaves the packet writer as it is; from here on it is deleted. Kept on
   // purpose: the next job makes it anew either way.
   processODAXWith(hooks, parsed);

@@ -76,8 +76,8 @@ void forEachLine(const Template& source, bool dropsMark, Edit edit, Write write)
   if (line == nullptr) fail(source.memory);
 
   int length = 0;
-  for (bool isFirst = true;
-       sReadLine(line.get(), static_cast<int>(kLineBytes), file.get(), &length) != nullptr;
+  for (bool isFirst = true; readLineOf(source.path, line.get(), static_cast<int>(kLineBytes),
+                                       file.get(), &length) != nullptr;
        isFirst = false) {
     auto count = static_cast<uint32_t>(length);
     if (isFirst && dropsMark) deleteBOM(line.get(), &count);

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
-#include <new>
 
 #include "HXRasterLib.h"
 
@@ -221,7 +220,7 @@ int processHXRasterImageData(const imageParameter* image) {
 }
 
 int processHXRasterImageDataWith(JobHooks& hooks, const imageParameter* image) {
-  PageOwner page(new (std::nothrow) Page);
+  PageOwner page(newOrNull<Page>());
   if (page == nullptr) {
     printError("Memory Full.\n");
     hooks.pageSkipped(*image, nullptr);

@@ -1,7 +1,10 @@
 #include "TextLine.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
+
+#include "CLibrary.h"
 
 namespace {
 
@@ -36,6 +39,12 @@ char* sReadLine(char* buf, int size, std::FILE* fp, int* length) {
       return buf;
     }
   }
+}
+
+char* readLineOf(const char* path, char* buf, int size, std::FILE* fp, int* length) {
+  char* line = sReadLine(buf, size, fp, length);
+  if (std::ferror(fp) != 0) tellReadFailure(path, errno);
+  return line;
 }
 
 void deleteBOM(char* line, uint32_t* count) {

@@ -17,6 +17,9 @@
 /// @return `buf`, or null at the end of the file
 char* sReadLine(char* buf, int size, std::FILE* fp, int* length);
 
+/// The same; onReadFailure() is told when the file cannot be read.
+char* readLineOf(const char* path, char* buf, int size, std::FILE* fp, int* length);
+
 /// Drops a UTF-8 byte-order mark: the text behind it, with its NUL, moves three bytes to the front
 /// and the count drops by 3.
 void deleteBOM(char* line, uint32_t* count);

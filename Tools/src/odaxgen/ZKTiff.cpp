@@ -8,12 +8,16 @@
 #include <new>
 #include <set>
 
+#include "ImageClaim.h"
+
 namespace {
 
 constexpr const char* kSourceName = "ZKTiff.cpp";
 constexpr int kOpenErrorLine = 535;  // the line that this failure has always been reported under
 constexpr size_t kMessageBytes = 256;
 constexpr uint64_t kMaxRowBytes = INT_MAX;
+// Directories may overlap, and then a small file holds more of them than anyone has time for.
+constexpr uint64_t kMaxDirectoryBytes = uint64_t{64} << 20U;  // beside the size of the file
 
 // Field types that carry integers.
 constexpr uint16_t kByte = 1, kShort = 3, kLong = 4, kSByte = 6, kSShort = 8, kSLong = 9;
@@ -145,12 +149,14 @@ void loadPendingOffsets(ImageReader* reader) {
   reader->ioStatus = status;
 }
 
+bool tellsSampleBits(const TiffEntry& entry) {
+  return entry.type == kShort && entry.count >= 3;
+}
+
 void readBitsPerSample(ImageReader* reader, const TiffEntry& entry) {
   const auto first = static_cast<uint32_t>(readOneInteger(reader, entry));
   reader->bitsPerPixel = static_cast<uint8_t>(first * entry.count);
-  if (entry.type == kShort && entry.count >= 3) {
-    reader->sampleBits.fill(static_cast<uint8_t>(first));
-  }
+  if (tellsSampleBits(entry)) reader->sampleBits.fill(static_cast<uint8_t>(first));
 }
 
 void interpretEntry(ImageReader* reader, const TiffEntry& entry) {
@@ -208,22 +214,74 @@ void clearCutNumber(uint8_t* directory, size_t got) {
   }
 }
 
+// The tags that are interpreted.
+constexpr std::array<uint16_t, 8> kTags = {
+    kTagImageWidth,  kTagImageLength,  kTagBitsPerSample, kTagCompression,
+    kTagPhotometric, kTagStripOffsets, kTagRowsPerStrip,  kTagPlanarConfiguration};
+
+// Finds the entries of a directory that leave a trace. Of those with one tag only the last one
+// counts, so a directory of 65,535 entries costs no more reads than one of ten.
+class LastingEntries {
+ public:
+  void see(const TiffEntry& entry, size_t at) {
+    const auto* tag = std::find(kTags.begin(), kTags.end(), entry.tag);
+    if (tag == kTags.end()) return;
+    last_[static_cast<size_t>(tag - kTags.begin())] = at;
+    // The bits of the four samples stay when a later entry tells those of the pixel only.
+    if (entry.tag == kTagBitsPerSample && tellsSampleBits(entry)) last_[kSampleBits] = at;
+    // The last value that stands elsewhere decides where reading goes on and whether it can.
+    if (valueBytes(entry.type) != 0 && !fitsIntoValueField(entry)) last_[kElsewhere] = at;
+  }
+
+  /// Calls `visit` with the place of each, in the order of the directory.
+  template <class Visit>
+  void forEach(Visit visit) {
+    std::sort(last_.begin(), last_.end());
+    const auto* end = std::unique(last_.begin(), last_.end());
+    for (const auto* at = last_.begin(); at != end && *at != kNone; ++at) visit(*at);
+  }
+
+ private:
+  static constexpr size_t kNone = SIZE_MAX;
+  static constexpr size_t kSampleBits = kTags.size();
+  static constexpr size_t kElsewhere = kTags.size() + 1;
+
+  std::array<size_t, kTags.size() + 2> last_ = filled();
+
+  static constexpr std::array<size_t, kTags.size() + 2> filled() {
+    std::array<size_t, kTags.size() + 2> none{};
+    for (size_t& at : none) at = kNone;
+    return none;
+  }
+};
+
+void interpretDirectory(ImageReader* reader, const uint8_t* directory, size_t bytes) {
+  LastingEntries lasting;
+  for (size_t at = 0; at < bytes; at += kEntryBytes) {
+    lasting.see(entryFrom(reader, directory + at), at);
+  }
+  lasting.forEach([reader, directory](size_t at) {
+    interpretEntry(reader, entryFrom(reader, directory + at));
+  });
+}
+
 // Every directory is interpreted, so in a file of several pages the last one wins, on purpose.
 // An offset that comes again ends the walk: such a chain would go round for ever.
 void readDirectories(ImageReader* reader) {
   std::set<uint32_t> seen;
+  uint64_t bytesLeft = reader->file.size() + kMaxDirectoryBytes;
   uint32_t offset = readLong(reader);
   while (reader->ioStatus == 0 && offset != 0 && seen.insert(offset).second) {
     reader->file.seek(offset);
     const size_t bytes = readWord(reader) * kEntryBytes;
+    if (bytes > bytesLeft) return;
+    bytesLeft -= bytes;
     const CBytes directory = newZeroedBytes(bytes);
     if (directory == nullptr) return;
     const size_t got = reader->file.read(directory.get(), bytes);
     if (got < bytes) clearCutNumber(directory.get(), got);
     offset = readLong(reader);
-    for (size_t at = 0; at < bytes; at += kEntryBytes) {
-      interpretEntry(reader, entryFrom(reader, directory.get() + at));
-    }
+    interpretDirectory(reader, directory.get(), bytes);
   }
 }
 
@@ -270,48 +328,53 @@ void seekToFirstStrip(ImageReader* reader) {
   reader->file.seek(static_cast<uint64_t>(reader->firstStripOffset));
 }
 
-ImageReader* newRecord(const char* path) {
-  auto* reader = new (std::nothrow) ImageReader;
+using ReaderOwner = std::unique_ptr<ImageReader>;
+
+ReaderOwner newRecord(const char* path) {
+  ReaderOwner reader(newOrNull<ImageReader>());
   if (reader == nullptr) return nullptr;
   reader->fileName = newTextCopy(path);
-  if (reader->fileName != nullptr) return reader;
-  delete reader;
-  return nullptr;
+  return reader->fileName == nullptr ? nullptr : std::move(reader);
+}
+
+void readStructure(ImageReader* reader) {
+  try {
+    readDirectories(reader);
+  } catch (const std::bad_alloc&) {
+    // No memory to remember one more directory ends the walk like one that cannot be held.
+    noteMemoryRefused();
+  }
+  loadPendingOffsets(reader);
+  if (reader->stripOffsets == nullptr) return;
+  reader->firstStripOffset = static_cast<int32_t>(stripOffset(reader, 0));
 }
 
 }  // namespace
 
 ImageReader* ZKTiff_New(const char* path) {
-  ImageReader* reader = newRecord(path);
+  ReaderOwner reader = newRecord(path);
   if (reader == nullptr) return nullptr;
-  if (!reader->file.open(path)) {
+  if (!reader->file.open(reader->fileName.get())) {
     const int number = errno;
     char message[kMessageBytes];
     zk_sprintf(message, sizeof message, "ZKTiff_New can't open '%s'. (errno=%d)\n", path, number);
     reportError(message, number, kSourceName, kOpenErrorLine);
-    ZKTiff_Delete(reader);
     return nullptr;
   }
-  if (!readHeader(reader)) {
+  if (!readHeader(reader.get())) {
     reader->file.close();
-    return reader;
+    return reader.release();
   }
-  try {
-    readDirectories(reader);
-  } catch (const std::bad_alloc&) {
-    // No memory to remember one more directory ends the walk like one that cannot be held.
+  readStructure(reader.get());
+  if (!makeRow(reader.get())) {
+    refuseSize(reader.get());
+    return reader.release();
   }
-  loadPendingOffsets(reader);
-  if (reader->stripOffsets != nullptr) {
-    reader->firstStripOffset = static_cast<int32_t>(stripOffset(reader, 0));
-  }
-  if (!makeRow(reader)) {
-    refuseSize(reader);
-    return reader;
-  }
+  reader->isBeyondFile = isClaimBeyondFile(reader->height, reader->bytesPerRow,
+                                           reader->bitsPerPixel, reader->file.size());
   reader->rowsLeftInStrip = reader->rowsPerStrip;
-  seekToFirstStrip(reader);
-  return reader;
+  seekToFirstStrip(reader.get());
+  return reader.release();
 }
 
 void ZKTiff_Delete(ImageReader* reader) {

@@ -39,7 +39,8 @@ struct ImageReader {
   std::optional<TiffEntry> pendingOffsets;  // an array that is still to be read, while opening
   uint32_t currentStrip = 0;
   uint32_t rowsLeftInStrip = 0xFFFFFFFF;
-  CBytes row;  // bytesPerRow bytes: the row just read
+  CBytes row;                 // bytesPerRow bytes: the row just read
+  bool isBeyondFile = false;  // it claims rows that such a file cannot hold: none are delivered
   char byteOrder = 'I';
   int32_t ioStatus = 0;  // 0 after a successful read, -1 after a failed one
   int32_t firstStripOffset = 0;
@@ -84,7 +85,8 @@ uint32_t stripOffset(const ImageReader* reader, uint32_t strip);
 /// @param table  256 levels by sample; null: chosen by the buffer's depth; rawSamplesMarker(): no
 ///               table, no inversion, and the buffer is cleared to 0xFF instead of 0x00
 /// @return rows delivered; 0 at the end of the image, for a null or closed reader, a null buffer
-///         or depths that do not go together
+///         or depths that do not go together, and, after a line on the error stream, for an image
+///         that is larger than its file can be meant to hold: isClaimBeyondFile()
 /// @throws -41 for a compression other than 1 and 32773
 int ZKTiff_ReadNextRasterBlock(ImageReader* reader, ZKGWorld* world, const uint8_t* table);
 /// The same for one channel (0 C, 1 M, 2 Y, 3 K) of an interleaved four-channel file.

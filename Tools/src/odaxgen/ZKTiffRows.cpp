@@ -23,6 +23,24 @@ bool isSupported(uint32_t compression) {
   return compression == kCompressionNone || compression == kCompressionPackBits;
 }
 
+bool isOpen(const ImageReader* reader) {
+  return reader != nullptr && reader->file.isOpen();
+}
+
+// Whether an image gives its buffers nothing: it has no rows, or claims more than its file can
+// hold, which is said once. Such buffers are left alone, since touching them is what makes them
+// cost memory. A compression that is not read is refused by its first row.
+bool deliversNothing(ImageReader* reader) {
+  if (reader->height == 0) return true;
+  if (!reader->isBeyondFile || !isSupported(reader->compression)) return false;
+  if (reader->currentRow < reader->height) {
+    printError("ERROR!: \"%s\": the file is too small for %u rows of %u bytes.\n",
+               reader->fileName.get(), reader->height, reader->bytesPerRow);
+    reader->currentRow = reader->height;  // said once
+  }
+  return true;
+}
+
 void reportCompression(const ImageReader* reader) {
   printError("UNSUPPORTED COMPRESSION!: \"%s\".\n", reader->fileName.get());
 }
@@ -104,6 +122,13 @@ bool countPerRow(uint32_t fileBits, uint32_t fileRowBytes, const ZKGWorld* world
     return true;
   }
   return false;
+}
+
+bool channelFits(const ImageReader* reader, size_t channel, const ZKGWorld* world,
+                 uint32_t* count) {
+  const uint32_t bits = reader->sampleBits[channel];
+  if (bits == 16 && world->depth != 10) return false;
+  return countPerRow(bits, reader->sampleRowBytes[channel], world, count);
 }
 
 // Converts one row; a depth without a conversion leaves the row as it was cleared, with a message
@@ -232,16 +257,17 @@ void splitRow16(const ImageReader* reader, uint32_t pixels, const Buffers& buffe
 
 int ZKTiff_ReadNextRasterBlock(ImageReader* reader, ZKGWorld* world, const uint8_t* table) {
   if (world == nullptr) return 0;
+  uint32_t count = 0;
+  const bool fits =
+      isOpen(reader) && countPerRow(reader->bitsPerPixel, reader->bytesPerRow, world, &count);
+  if (fits && deliversNothing(reader)) return 0;
   const bool raw = table == rawSamplesMarker();
   if (raw) {
     ZKClearGWorldRGB(world);
   } else {
     ZKClearGWorld(world);
   }
-  if (reader == nullptr || !reader->file.isOpen()) return 0;
-
-  uint32_t count = 0;
-  if (!countPerRow(reader->bitsPerPixel, reader->bytesPerRow, world, &count)) return 0;
+  if (!fits) return 0;
   const SampleRule rule =
       makeRule(reader, table == nullptr ? tableForDepth(world->depth) : table, raw);
   const uint32_t rows = rowsToRead(reader, world);
@@ -261,14 +287,14 @@ int ZKTiff_ReadNextRasterBlock(ImageReader* reader, ZKGWorld* world, const uint8
 int ZKTiff_ReadNextRasterBlockCMYK(ImageReader* reader, ZKGWorld* world, const uint8_t* table,
                                    int channel) {
   if (world == nullptr) return 0;
-  ZKClearGWorld(world);
-  if (reader == nullptr || !reader->file.isOpen()) return 0;
-
   const auto c = static_cast<size_t>(channel);
-  const uint32_t bits = reader->sampleBits[c];
   uint32_t count = 0;
-  if (bits == 16 && world->depth != 10) return 0;
-  if (!countPerRow(bits, reader->sampleRowBytes[c], world, &count)) return 0;
+  const bool fits = isOpen(reader) && channelFits(reader, c, world, &count);
+  if (fits && deliversNothing(reader)) return 0;
+  ZKClearGWorld(world);
+  if (!fits) return 0;
+
+  const uint32_t bits = reader->sampleBits[c];
   if (table == nullptr || table == rawSamplesMarker()) table = tableForDepth(world->depth);
   const SampleRule rule = makeRule(reader, table, false);
   const uint32_t rows = rowsToRead(reader, world);
@@ -296,9 +322,10 @@ int ZKTiff_ReadNextRasterBlockRGB(ImageReader* reader, ZKGWorld* red, ZKGWorld* 
                                   ZKGWorld* blue, int deep) {
   const Buffers buffers = {red, green, blue};
   if (red == nullptr || green == nullptr || blue == nullptr) return 0;
+  const bool fits = isOpen(reader) && isRgbCombination(reader, buffers);
+  if (fits && deliversNothing(reader)) return 0;
   for (ZKGWorld* world : buffers) ZKClearGWorldRGB(world);
-  if (reader == nullptr || !reader->file.isOpen()) return 0;
-  if (!isRgbCombination(reader, buffers)) return 0;
+  if (!fits) return 0;
 
   const bool isDeepFile = reader->bitsPerPixel == 48;
   const uint32_t pixelBytes = isDeepFile ? 6 : 3;

@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdarg>
 #include <cstring>
 
@@ -12,7 +13,17 @@ namespace {
 
 MessageSink* sEchoSink = nullptr;   // null: standard output
 MessageSink* sErrorSink = nullptr;  // null: standard error
+ReadFailure sReadFailure = nullptr;
+void* sReadFailureContext = nullptr;
+bool sWasMemoryRefused = false;
 
+void* zeroedBlock(size_t count) {
+  void* block = std::calloc(count == 0 ? 1 : count, 1);
+  if (block == nullptr) noteMemoryRefused();
+  return block;
+}
+
+ZK_PRINTF_LIKE(3, 0)
 void print(MessageSink* sink, std::FILE* stream, const char* format, std::va_list arguments) {
   if (sink == nullptr) {
     std::vfprintf(stream, format, arguments);
@@ -32,12 +43,22 @@ void print(MessageSink* sink, std::FILE* stream, const char* format, std::va_lis
 
 }  // namespace
 
+void noteMemoryRefused() {
+  sWasMemoryRefused = true;
+}
+bool wasMemoryRefused() {
+  return sWasMemoryRefused;
+}
+void forgetMemoryRefusals() {
+  sWasMemoryRefused = false;
+}
+
 CBytes newZeroedBytes(size_t count) {
-  return CBytes(static_cast<uint8_t*>(std::calloc(count == 0 ? 1 : count, 1)));
+  return CBytes(static_cast<uint8_t*>(zeroedBlock(count)));
 }
 
 CText newZeroedText(size_t count) {
-  return CText(static_cast<char*>(std::calloc(count == 0 ? 1 : count, 1)));
+  return CText(static_cast<char*>(zeroedBlock(count)));
 }
 
 CText newTextCopy(const char* text) {
@@ -51,6 +72,15 @@ uint64_t regularFileSize(std::FILE* file) {
   struct stat status = {};
   if (fstat(fileno(file), &status) != 0 || !S_ISREG(status.st_mode)) return 0;
   return status.st_size < 0 ? 0 : static_cast<uint64_t>(status.st_size);
+}
+
+void onReadFailure(ReadFailure tell, void* context) {
+  sReadFailure = tell;
+  sReadFailureContext = context;
+}
+
+void tellReadFailure(const char* path, int error) {
+  if (sReadFailure != nullptr && error != EISDIR) sReadFailure(sReadFailureContext, path, error);
 }
 
 std::FILE* my_fopen(const char* path, const char* mode) {

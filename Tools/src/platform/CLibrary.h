@@ -1,12 +1,13 @@
 // CLibrary - thin wrappers around the C library, so that a platform can exchange them in one
 // place, and owners for the C library's resources. Its only state is who takes the echo and the
-// messages of failures.
+// messages of failures, who is told of failed reads, and whether memory was refused.
 #pragma once
 
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
+#include <new>
 
 #include "zksafe.h"
 
@@ -24,12 +25,28 @@ using CFile = std::unique_ptr<std::FILE, CFileClose>;
 using CBytes = CBlock<uint8_t[]>;
 using CText = CBlock<char[]>;
 
+/// Sets what wasMemoryRefused() tells.
+void noteMemoryRefused();
+
 /// A zero-filled block, or null when there is no memory (errno says so). Blocks are zeroed because
 /// bytes that no input filled must never reach an output. A request for 0 bytes gets a block.
 CBytes newZeroedBytes(size_t count);
 CText newZeroedText(size_t count);
 /// A copy of a string, or null when there is no memory.
 CText newTextCopy(const char* text);
+
+/// A new record, or null when there is no memory.
+template <class T>
+T* newOrNull() {
+  T* record = new (std::nothrow) T;
+  if (record == nullptr) noteMemoryRefused();
+  return record;
+}
+
+/// Whether memory was refused since the last forgetMemoryRefusals(). A job goes on without a page
+/// or a plane that cannot be held; this tells that its file is not what it should be.
+bool wasMemoryRefused();
+void forgetMemoryRefusals();
 
 /// The size of an open regular file; 0 for an empty one and for everything else.
 uint64_t regularFileSize(std::FILE* file);
@@ -79,6 +96,14 @@ class ErrorSink : public MessageSink {
  public:
   ErrorSink();
 };
+
+/// Is told of a text or an image that could be opened but not read to its end, and why (errno). It
+/// may throw an int.
+using ReadFailure = void (*)(void* context, const char* path, int error);
+/// Null: nobody is told, and a file ends where it cannot be read, as it has always done.
+void onReadFailure(ReadFailure tell, void* context);
+/// @param error  errno of the failure. A folder is none: it reads as an empty file.
+void tellReadFailure(const char* path, int error);
 
 /// Hands a file's bytes on, piece by piece, until a read returns none. A regular file that has a
 /// size when the copy begins is read only that far: one that the copy itself makes grow would
