@@ -39,6 +39,8 @@ file(GLOB jobrender CONFIGURE_DEPENDS Tools/src/jobrender/*.cpp)
 add_library(odaxgen-jobrender STATIC EXCLUDE_FROM_ALL ${jobrender})
 target_include_directories(odaxgen-jobrender PUBLIC Tools/src/jobrender)
 target_link_libraries(odaxgen-jobrender PUBLIC odaxgen-jobreader PRIVATE odaxgen-leftovers PNG::PNG)
+# Its loops over pixels are many instructions at once only without a check of each index.
+set_target_properties(odaxgen-jobrender PROPERTIES ODAXGEN_UNCHECKED_CONTAINERS ON)
 odaxgen_strict(odaxgen-jobrender)
 
 file(GLOB command CONFIGURE_DEPENDS Tools/src/command/*.cpp)

@@ -1,6 +1,6 @@
 # How this project's targets are compiled and linked.
 
-# Warnings and sanitizers for one of our own targets.
+# Warnings, hardening and sanitizers for one of our own targets.
 function(odaxgen_strict target)
   target_compile_features(${target} PUBLIC cxx_std_20)
   set_target_properties(${target} PROPERTIES CXX_EXTENSIONS OFF)
@@ -13,10 +13,16 @@ function(odaxgen_strict target)
   if(ODAXGEN_WERROR)
     target_compile_options(${target} PRIVATE -Werror)
   endif()
+  odaxgen_harden(${target})
   if(ODAXGEN_SANITIZE)
     target_compile_options(${target} PRIVATE
       -fsanitize=${ODAXGEN_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
     target_link_options(${target} PUBLIC -fsanitize=${ODAXGEN_SANITIZE})
+  endif()
+  if(ODAXGEN_FUZZ)
+    # What the fuzzer learns from: which branches ran, and what was compared with what.
+    target_compile_options(${target} PRIVATE -fsanitize=fuzzer-no-link)
+    target_link_options(${target} PUBLIC -fsanitize=fuzzer-no-link)
   endif()
 endfunction()
 
