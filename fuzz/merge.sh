@@ -16,7 +16,7 @@ work=$(mktemp -d "$place/odaxgen-merge.XXXXXX")
 trap 'rm -rf "$work"' EXIT
 export TMPDIR=$work
 mkdir -p "$corpus" "build/fuzz/corpus/$name" "$work/merged" "$work/kept"
-"build/fuzz/odaxgen-fuzz-$name" -set_cover_merge=1 -timeout=10 -rss_limit_mb=2048 \
+"build/asan/odaxgen-fuzz-$name" -set_cover_merge=1 -timeout=10 -rss_limit_mb=2048 \
   "$work/merged" "$corpus" "build/fuzz/corpus/$name" 2>"build/fuzz/$name-merge.log" ||
   { tail -n 20 "build/fuzz/$name-merge.log" >&2; exit 1; }
 

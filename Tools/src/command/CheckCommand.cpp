@@ -5,10 +5,13 @@
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
+#include <new>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <vector>
 
+#include "CLibrary.h"
 #include "CheckJson.h"
 #include "CheckText.h"
 #include "Problem.h"
@@ -48,8 +51,16 @@ bool isRefused(const std::vector<jobcheck::CheckedJob>& jobs, bool isStrict) {
   return found > 0;
 }
 
+// What could not be read is no finding.
+[[noreturn]] void endOnReadFailure(void* /*context*/, const char* path, int error) {
+  throw std::system_error(error, std::generic_category(), printable(path));
+}
+
 int check(const Options& options) {
+  onReadFailure(endOnReadFailure, nullptr);
+  forgetMemoryRefusals();
   const std::vector<jobcheck::CheckedJob> jobs = jobcheck::checkJobs(options.configs);
+  if (wasMemoryRefused()) throw std::bad_alloc();  // and not what the want of it looks like
   const std::string text = options.isJson ? dumped(checkJson(jobs), 2) + "\n"
                                           : checkText(jobs, {hasColours(), options.isQuiet});
   std::fwrite(text.data(), 1, text.size(), stdout);

@@ -52,23 +52,26 @@ class NewFiles {
     }
     std::reverse(missing.begin(), missing.end());
     for (const fs::path& path : missing) {
-      const leftovers::SignalPause untilRegistered;
-      if (fs::create_directory(path, error)) {
-        made_.emplace_front(path.string(), leftovers::Leftover::Kind::kFolder);
-      } else if (error) {
-        failOn(path, error);
-      }
+      const leftovers::SignalPause untilMade;
+      made_.emplace_front(path.string(), leftovers::Leftover::Kind::kFolder);
+      if (fs::create_directory(path, error)) continue;
+      forgetLast();
+      if (error) failOn(path, error);
     }
   }
 
   void write(const fs::path& path, const std::string& content) {
     std::FILE* file = nullptr;
     {
-      const leftovers::SignalPause untilRegistered;
+      const leftovers::SignalPause untilMade;
+      made_.emplace_front(path.string(), leftovers::Leftover::Kind::kFile);
       // "x": what somebody else puts there in the meantime is not overwritten.
       file = std::fopen(path.c_str(), "wbx");
-      if (file == nullptr) failWithErrno(path);
-      made_.emplace_front(path.string(), leftovers::Leftover::Kind::kFile);
+      if (file == nullptr) {
+        const int cause = errno;
+        forgetLast();
+        failOn(path, std::error_code(cause, std::generic_category()));
+      }
     }
     const bool isWritten = std::fwrite(content.data(), 1, content.size(), file) == content.size();
     const int writeError = errno;
@@ -84,6 +87,13 @@ class NewFiles {
   }
 
  private:
+  // Something is registered before it is made: behind its making no memory may be asked for. What
+  // could not be made is not ours.
+  void forgetLast() {
+    made_.front().keep();
+    made_.pop_front();
+  }
+
   // The youngest first: files are removed before their folders.
   std::forward_list<leftovers::Leftover> made_;
 };
@@ -128,27 +138,26 @@ std::string shellWord(const fs::path& path) {
   return printable(word + "'");
 }
 
-void printNextSteps(const fs::path& folder) {
+std::string nextSteps(const fs::path& folder) {
   const std::string config = shellWord(folder / kStarterConfiguration);
   const std::string output = shellWord(folder / kStarterOutput);
   const std::string pictures = shellWord(folder / "pictures");
-  std::printf("\nWhat to type next:\n");
-  std::printf("  odaxgen check %s\n", config.c_str());
-  std::printf("  odaxgen run %s\n", config.c_str());
-  std::printf("  odaxgen verify %s\n", config.c_str());
-  std::printf("  odaxgen render %s -o %s --config %s\n", output.c_str(), pictures.c_str(),
-              config.c_str());
+  return "\nWhat to type next:\n"
+         "  odaxgen check " +
+         config + "\n  odaxgen run " + config + "\n  odaxgen verify " + config +
+         "\n  odaxgen render " + output + " -o " + pictures + " --config " + config + "\n";
 }
 
 int init(const std::string& name) {
   const fs::path folder(name);
   const std::vector<StarterFile> files = starterJob();
   refuseUnfit(folder, files);
+  // What is said asks for memory; when the files are there nothing may fail any more.
+  std::string text;
+  for (const StarterFile& file : files) text += printable((folder / file.name).string()) + "\n";
+  text += nextSteps(folder);
   writeAll(folder, files);
-  for (const StarterFile& file : files) {
-    std::printf("%s\n", printable((folder / file.name).string()).c_str());
-  }
-  printNextSteps(folder);
+  std::fputs(text.c_str(), stdout);
   return kExitDone;
 }
 

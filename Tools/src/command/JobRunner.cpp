@@ -1,5 +1,6 @@
 #include "JobRunner.h"
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -10,7 +11,7 @@
 #include <filesystem>
 #include <map>
 #include <memory>
-#include <system_error>
+#include <new>
 
 #include "CFGRecords.h"
 #include "HXRasterLib.h"
@@ -27,7 +28,8 @@ namespace command {
 
 namespace {
 
-constexpr int kFileFailed = 1;  // ends a job; the library's own codes are negative
+constexpr int kJobEnded = 1;  // ends a job; the library's own codes are negative
+constexpr const char* kOutOfMemory = "out of memory";
 
 // Some of the library's messages show errno, whoever set it: hooks must leave it alone.
 class ErrnoKept {
@@ -129,7 +131,15 @@ class RunHooks : public JobHooks {
     progress_.pageEnds();
   }
   void pageSkipped(const imageParameter& page, const char* path) override {
-    result_.skipped.push_back({numbers_[&page], path == nullptr ? "" : path});
+    // The system's trouble is none of the page's: another time it is there, so it must not be
+    // missing.
+    const int error = path == nullptr ? ENOMEM : errno;
+    if (path == nullptr) {
+      endJob("page " + std::to_string(numbers_[&page]), error);
+    } else if (isShortage(error)) {
+      endJob(path, error);
+    }
+    result_.skipped.push_back({numbers_[&page], path});
     progress_.pageSkipped(page);
   }
   void dataCopied(uint64_t bytes) override {
@@ -137,6 +147,10 @@ class RunHooks : public JobHooks {
     progress_.dataCopied(bytes);
   }
   void outputComplete() override {
+    if (wasMemoryRefused()) {  // to a plane or a table, which the job did without
+      result_.cause = kOutOfMemory;
+      throw kJobEnded;
+    }
     output_.commit();
     progress_.erase();
   }
@@ -145,9 +159,14 @@ class RunHooks : public JobHooks {
   void giveUp() { result_.partial = output_.giveUp(); }
 
  private:
-  [[noreturn]] void endJob(const char* path, int error) {
-    result_.cause = std::string(path) + ": " + std::strerror(error);
-    throw kFileFailed;
+  // What keeps an image from being opened although nothing is wrong with it.
+  static bool isShortage(int error) {
+    return error == ENOMEM || error == EMFILE || error == ENFILE || error == EIO;
+  }
+
+  [[noreturn]] void endJob(const std::string& what, int error) {
+    result_.cause = what + ": " + std::strerror(error);
+    throw kJobEnded;
   }
 
   void numberPages(const parameter& record) {
@@ -169,6 +188,7 @@ void forgetEarlierJobs() {
   ODAX_SetSplitDataSize(0);
   HXRaster_Forget();
   closePagesLeftOpen();
+  forgetMemoryRefusals();
   errno = 0;  // some messages show it
 }
 
@@ -177,18 +197,21 @@ void runWith(const std::string& config, RunHooks& hooks, JobResult& result) {
     runJob(hooks, config.c_str());
     result.isDone = true;
   } catch (int code) {
-    if (code != kFileFailed) result.code = code;
+    if (code != kJobEnded) result.code = code;
   } catch (const char* text) {
     result.cause = text;
+  } catch (const std::bad_alloc&) {
+    result.cause = kOutOfMemory;
   } catch (const std::exception& error) {
     result.cause = error.what();
   }
 }
 
+// Asks for no memory: the job is done, and nothing may fail any more.
 uint64_t sizeOf(const std::string& path) {
-  std::error_code error;
-  const uint64_t size = std::filesystem::file_size(path, error);
-  return error ? 0 : size;
+  struct stat status = {};
+  const bool isKnown = ::stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
+  return isKnown ? static_cast<uint64_t>(status.st_size) : 0;
 }
 
 }  // namespace

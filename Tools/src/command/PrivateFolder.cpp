@@ -1,9 +1,11 @@
 #include "PrivateFolder.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <string_view>
 #include <system_error>
+#include <utility>
 
 namespace command {
 
@@ -22,13 +24,17 @@ std::string temporaryFolder() {
 }  // namespace
 
 const char* PrivateFolder::make() {
-  path_ = temporaryFolder() + "odaxgen-XXXXXX";
+  // All memory is asked for before the folder is made: behind that nothing may fail.
+  std::string folder = temporaryFolder() + "odaxgen-XXXXXX";
+  std::string file = folder + "/" + kTempName;
+  path_ = folder + "/";
   const leftovers::SignalPause pause;
-  if (mkdtemp(path_.data()) != nullptr) {
-    folder_.emplace(path_, leftovers::Leftover::Kind::kFolder);
-    file_.emplace(path_ + "/" + kTempName, leftovers::Leftover::Kind::kFile);
+  if (mkdtemp(folder.data()) != nullptr) {
+    std::copy(folder.begin(), folder.end(), file.begin());
+    std::copy(folder.begin(), folder.end(), path_.begin());
+    folder_.emplace(std::move(folder), leftovers::Leftover::Kind::kFolder);
+    file_.emplace(std::move(file), leftovers::Leftover::Kind::kFile);
   }
-  path_ += "/";
   return path_.c_str();
 }
 

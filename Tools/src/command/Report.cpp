@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <exception>
+#include <new>
 #include <sstream>
 #include <string_view>
 
@@ -25,6 +26,10 @@ void complain(const std::string& text) {
   std::fprintf(stderr, "odaxgen: %s\n", text.c_str());
 }
 
+void complainOfMemory() noexcept {
+  std::fputs("odaxgen: out of memory\n", stderr);
+}
+
 int guarded(const std::function<int()>& work) {
   try {
     const int exitCode = work();
@@ -35,6 +40,8 @@ int guarded(const std::function<int()>& work) {
   } catch (const jobverify::RefusedConfiguration& refused) {
     complain(printable(refused.path) + ": refused as a configuration with code " +
              std::to_string(refused.code));
+  } catch (const std::bad_alloc&) {
+    complainOfMemory();
   } catch (const std::exception& error) {
     complain(error.what());
   }

@@ -14,8 +14,11 @@ namespace command {
 /// Prints "odaxgen: TEXT" on standard error.
 void complain(const std::string& text);
 
-/// The same for a longer text: lines of at most 80 columns, each with "odaxgen: " in front. Nothing
-/// for an empty text.
+/// Prints "odaxgen: out of memory" without asking for any.
+void complainOfMemory() noexcept;
+
+/// The same as complain() for a longer text: lines of at most 80 columns, each with "odaxgen: " in
+/// front. Nothing for an empty text.
 void complainWrapped(const std::string& text);
 
 /// Cuts a text at blanks into lines of at most `columns`; a longer word has a line of its own.

@@ -32,9 +32,8 @@ std::string adviceOn(const JobResult& result) {
 }
 
 std::string whySkipped(const SkippedPage& page) {
-  const std::string name = "page " + std::to_string(page.number) + " is left out: ";
-  if (page.image.empty()) return name + "there is not enough memory for it";
-  return name + printable(page.image) + " cannot be opened as a TIFF file";
+  return "page " + std::to_string(page.number) + " is left out: " + printable(page.image) +
+         " cannot be opened as a TIFF file";
 }
 
 Json resultAsJson(const JobResult& result) {

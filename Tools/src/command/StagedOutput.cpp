@@ -3,11 +3,13 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <system_error>
+#include <utility>
 
 namespace command {
 
@@ -27,12 +29,25 @@ bool isOfKernel(const fs::path& link) {
   return error || folder.string().starts_with("/proc/");
 }
 
+// A link in a folder where everybody puts files, of somebody who is neither us nor its owner: the
+// system does not follow such a one either when a file is opened.
+bool isPlanted(const fs::path& link) {
+  struct stat own = {};
+  struct stat folder = {};
+  if (::lstat(link.c_str(), &own) != 0) return false;
+  if (::stat(link.parent_path().c_str(), &folder) != 0) return false;
+  const bool isShared = (folder.st_mode & S_ISVTX) != 0 && (folder.st_mode & S_IWOTH) != 0;
+  return isShared && own.st_uid != geteuid() && own.st_uid != folder.st_uid;
+}
+
 // Where a path leads, the last part of it included: a link to a file that is not there yet leads to
-// that file. Empty: to something that is no place for a file.
+// that file. Empty: to something that is no place for a file. With a "/" at its end, so that nobody
+// can open it: to where somebody else wants the file to be.
 fs::path followLinks(fs::path path) {
   std::error_code error;
   for (int i = 0; fs::is_symlink(path, error); ++i) {
     if (i == kMostLinks || isOfKernel(path)) return {};
+    if (isPlanted(path)) return path / "";
     const fs::path next = fs::read_symlink(path, error);
     if (error) return {};
     path = path.parent_path() / next;  // an absolute one stands for itself
@@ -71,19 +86,27 @@ const char* StagedOutput::stage(const char* path) {
   if (error || isWrittenDirectly(path)) return nullptr;
   const fs::path target = followLinks(absolute);
   if (target.empty()) return nullptr;
+  if (!target.has_filename()) {
+    written_ = target.string();
+    return written_.c_str();
+  }
 
   target_ = target.string();
   kept_ = absolute.string() + ".partial";
   const std::string name = target.filename().string().substr(0, kMostNameBytes);
   written_ = (target.parent_path() / (name + ".XXXXXX" + kSuffix)).string();
+  // All memory is asked for before the file is made: behind that nothing may fail.
+  std::string made = written_;
+  const std::string keepAs = keepsPartial_ ? kept_ : "";
   const leftovers::SignalPause pause;
-  const int file = mkstemps(written_.data(), kSuffixLength);
+  const int file = mkstemps(made.data(), kSuffixLength);
   if (file < 0) {
     written_ = target_ + "/";  // no file has this name
     return written_.c_str();
   }
   close(file);
-  file_.emplace(written_, leftovers::Leftover::Kind::kFile, keepsPartial_ ? kept_ : "");
+  std::copy(made.begin(), made.end(), written_.begin());
+  file_.emplace(std::move(made), leftovers::Leftover::Kind::kFile, keepAs);
   return written_.c_str();
 }
 

@@ -5,8 +5,12 @@
 
 #include <CLI/CLI.hpp>
 #include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <exception>
 #include <filesystem>
 #include <memory>
+#include <new>
 #include <string>
 #include <system_error>
 #include <utility>
@@ -32,6 +36,8 @@ constexpr const char* kFooter =
     "  odaxgen -- -draft.cfg               a name that begins with '-'\n"
     "\n"
     "Exit codes: 0 done; 1 the job failed, the file is damaged or differs; 2 wrong usage.\n";
+
+constexpr int kNoSubcommand = -1;  // none of them has set an exit code
 
 class HelpFormatter : public CLI::Formatter {
  public:
@@ -106,10 +112,40 @@ void fillClosedStreams() {
   }
 }
 
+void sayWhatIsLeft(const char* path, int error) noexcept {
+  try {
+    command::complain(command::printable(path) + " cannot be removed: " + std::strerror(error));
+  } catch (const std::bad_alloc&) {
+    command::complainOfMemory();
+  }
+}
+
+std::terminate_handler sUsualEnd;
+
+// Memory may run out where nobody can catch what is thrown: in a destructor, or before main(),
+// where the option parser makes its objects. That is a failure like others, and no crash.
+[[noreturn]] void endInNeed() noexcept {
+  leftovers::removeAll();
+  try {
+    if (std::current_exception() != nullptr) throw;
+  } catch (const std::bad_alloc&) {
+    command::complainOfMemory();
+    _exit(command::kExitFailed);
+  } catch (...) {  // NOLINT(bugprone-empty-catch): goes the usual way
+  }
+  sUsualEnd();
+  std::abort();
+}
+
+// Runs before the objects that are made before main().
+__attribute__((constructor(101))) void watchTheEnd() {
+  sUsualEnd = std::set_terminate(endInNeed);
+}
+
 int run(int argc, char** argv) {
   CLI::App app;
   std::string config;
-  int exitCode = command::kExitDone;
+  int exitCode = kNoSubcommand;
   try {
     declare(app, config, exitCode);
     app.parse(argc, argv);
@@ -118,7 +154,7 @@ int run(int argc, char** argv) {
   } catch (const CLI::ParseError& error) {
     return failUsage(app, usageError(config, error), mistypedSubcommand(app, config));
   }
-  if (!app.get_subcommands().empty()) return exitCode;
+  if (exitCode != kNoSubcommand) return exitCode;
   if (app.count("CONFIG") == 0) return failUsage(app, "missing CONFIG");
   if (config.empty()) return failUsage(app, "CONFIG: the name is empty");
   const std::string meant = mistypedSubcommand(app, config);
@@ -131,5 +167,6 @@ int run(int argc, char** argv) {
 int main(int argc, char** argv) {
   fillClosedStreams();
   leftovers::watchSignals();
+  leftovers::onFailure(sayWhatIsLeft);
   return command::guarded([&] { return run(argc, argv); });
 }

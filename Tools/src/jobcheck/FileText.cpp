@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <new>
 
 #include "CLibrary.h"
 #include "Limits.h"
@@ -25,7 +26,9 @@ class LineReader {
   explicit LineReader(const std::string& content)
       : content_(content),
         file_(content.empty() ? nullptr
-                              : fmemopen(const_cast<char*>(content.data()), content.size(), "r")) {}
+                              : fmemopen(const_cast<char*>(content.data()), content.size(), "r")) {
+    if (file_ == nullptr && !content.empty()) throw std::bad_alloc();
+  }
 
   bool next(TextLine& line) {
     if (file_ == nullptr) return false;

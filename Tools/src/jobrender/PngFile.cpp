@@ -14,6 +14,7 @@
 #include <optional>
 #include <stdexcept>
 #include <type_traits>
+#include <utility>
 
 #include "Leftovers.h"
 #include "ReadError.h"
@@ -76,9 +77,9 @@ class PartialFile {
   int makeBeside(const std::string& target) {
     const std::string stem = target + "." + std::to_string(::getpid()) + ".";
     for (int attempt = 0; attempt < kAttempts; ++attempt) {
-      const std::string path = stem + std::to_string(attempt) + ".part";
+      std::string path = stem + std::to_string(attempt) + ".part";
       const int file = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-      if (file >= 0) file_.emplace(path, leftovers::Leftover::Kind::kFile);
+      if (file >= 0) file_.emplace(std::move(path), leftovers::Leftover::Kind::kFile);
       if (file >= 0 || errno != EEXIST) return file;
     }
     return -1;

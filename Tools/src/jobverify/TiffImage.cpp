@@ -5,10 +5,12 @@
 #include <algorithm>
 #include <array>
 #include <cctype>
+#include <cerrno>
 #include <cstdarg>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <new>
 #include <set>
 #include <string_view>
 #include <system_error>
@@ -338,8 +340,10 @@ ImageFacts readImageFacts(const std::string& path) {
     facts.cannotOpen = "does not end in .tif or .tiff";
     return facts;
   }
+  errno = 0;
   Directories file(path);
   if (!file.isOpen()) {
+    if (errno == ENOMEM) throw std::bad_alloc();
     facts.cannotOpen = "cannot be opened";
     return facts;
   }

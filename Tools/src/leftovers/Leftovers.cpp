@@ -3,9 +3,11 @@
 #include <unistd.h>
 
 #include <array>
+#include <cerrno>
 #include <climits>
 #include <cstdio>
 #include <cstring>
+#include <utility>
 
 namespace leftovers {
 
@@ -25,6 +27,7 @@ struct Slot {
 
 // Module state.
 std::array<Slot, kSlots> sSlots;
+Tell sTell = nullptr;  // null: failures are nobody's business
 
 void removeNow(const Slot& slot) {
   if (slot.kind == Leftover::Kind::kFolder) {
@@ -36,11 +39,8 @@ void removeNow(const Slot& slot) {
   }
 }
 
-// The youngest first: a file before its folder. Only calls that are allowed in a handler.
 void removeAllAndEnd(int number) {
-  for (size_t i = kSlots; i-- > 0;) {
-    if (sSlots.at(i).isUsed != 0) removeNow(sSlots.at(i));
-  }
+  removeAll();
   // The handler is gone by now (SA_RESETHAND): the signal ends the process as it always does.
   static_cast<void>(raise(number));
 }
@@ -72,6 +72,18 @@ size_t takeSlot(const std::string& path, Leftover::Kind kind, const std::string&
 
 }  // namespace
 
+// The youngest first: a file before its folder. Only calls that are allowed in a handler.
+void removeAll() noexcept {
+  for (size_t i = kSlots; i-- > 0;) {
+    const Slot& slot = sSlots[i];
+    if (slot.isUsed != 0) removeNow(slot);
+  }
+}
+
+void onFailure(Tell tell) {
+  sTell = tell;
+}
+
 void watchSignals() {
   std::signal(SIGXFSZ, SIG_IGN);
   struct sigaction action = {};
@@ -85,14 +97,18 @@ void watchSignals() {
   }
 }
 
-Leftover::Leftover(const std::string& path, Kind kind, const std::string& keepAs)
-    : path_(path), kind_(kind), slot_(takeSlot(path, kind, keepAs)) {}
+Leftover::Leftover(std::string path, Kind kind, const std::string& keepAs) noexcept
+    : path_(std::move(path)), kind_(kind), slot_(takeSlot(path_, kind, keepAs)) {}
 
 Leftover::~Leftover() {
-  if (!isKept_) {
-    static_cast<void>(kind_ == Kind::kFolder ? rmdir(path_.c_str()) : unlink(path_.c_str()));
-  }
+  if (!isKept_) remove();
   if (slot_ < kSlots) sSlots.at(slot_).isUsed = 0;
+}
+
+void Leftover::remove() const noexcept {
+  const int result = kind_ == Kind::kFolder ? rmdir(path_.c_str()) : unlink(path_.c_str());
+  // Whoever used the file may have removed it.
+  if (result != 0 && errno != ENOENT && sTell != nullptr) sTell(path_.c_str(), errno);
 }
 
 void Leftover::keep() {

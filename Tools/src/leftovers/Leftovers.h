@@ -13,15 +13,25 @@ namespace leftovers {
 /// grows over its limit is from now on a failed write instead of a signal.
 void watchSignals();
 
+/// Removes what is registered, at once and without touching memory of its own: for a process that
+/// cannot go on. What was made to be kept under another name is renamed, as by a signal.
+void removeAll() noexcept;
+
+/// Who is told that something could not be removed by its owner; null: nobody.
+using Tell = void (*)(const char* path, int error) noexcept;
+void onFailure(Tell tell);
+
 /// One file or empty folder that is removed with its owner. At most 64 live at a time; further ones
 /// are removed by their owners only.
 class Leftover {
  public:
   enum class Kind { kFile, kFolder };
 
+  /// Asks for no memory when the path is moved in, so that it cannot fail behind the making of a
+  /// file.
   /// @param path    where it is; a relative one starts at the folder that is current at the end
   /// @param keepAs  not empty: a signal renames the file to this instead of removing it
-  Leftover(const std::string& path, Kind kind, const std::string& keepAs = "");
+  Leftover(std::string path, Kind kind, const std::string& keepAs = "") noexcept;
   ~Leftover();
   Leftover(const Leftover&) = delete;
   Leftover& operator=(const Leftover&) = delete;
@@ -31,6 +41,8 @@ class Leftover {
   [[nodiscard]] const std::string& path() const { return path_; }
 
  private:
+  void remove() const noexcept;
+
   std::string path_;
   Kind kind_;
   bool isKept_ = false;

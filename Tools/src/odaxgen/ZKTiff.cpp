@@ -332,9 +332,10 @@ using ReaderOwner = std::unique_ptr<ImageReader>;
 
 ReaderOwner newRecord(const char* path) {
   ReaderOwner reader(newOrNull<ImageReader>());
-  if (reader == nullptr) return nullptr;
+  if (reader == nullptr) return reader;
   reader->fileName = newTextCopy(path);
-  return reader->fileName == nullptr ? nullptr : std::move(reader);
+  if (reader->fileName == nullptr) reader.reset();
+  return reader;
 }
 
 void readStructure(ImageReader* reader) {
