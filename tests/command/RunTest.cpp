@@ -295,6 +295,22 @@ TEST_F(RunTest, APageThatIsLeftOutIsSaid) {
 
 // The output.
 
+// Whatever went wrong before it: a band of the first page that is too large is out of memory, too.
+TEST_F(RunTest, APageIsNotLeftOutForTheTroubleOfAnother) {
+  TiffPage wide;
+  wide.width = 8000000;
+  wide.height = 1;
+  wide.strips = {{1, 2, 3}};
+  write("wide.tif", tiffFile(wide));
+  writePageJob("job", "wide.tif", "65536");
+  write("job.cfg", text("job.cfg") + "[Image]\nImageFileK=\"photo.png\"\n");
+  write("photo.png", "x");
+  const ProgramResult result = run({"-q", "job.cfg"});
+  EXPECT_EQ(result.exitCode, 0);
+  EXPECT_THAT(result.err, StartsWith("ERROR! ZKewGWorld failed.(12) "));
+  EXPECT_THAT(result.err, HasSubstr("odaxgen: warning: page 2 is left out: "));
+}
+
 TEST_F(RunTest, AFailedJobLeavesTheEarlierFileAsItWas) {
   for (const char* split : {"0", "4"}) {
     writeDataJob("job", "none", split);

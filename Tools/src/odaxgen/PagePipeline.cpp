@@ -1,6 +1,7 @@
 #include "PagePipeline.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 
@@ -78,10 +79,13 @@ int refuseMemory(PageOwner page, int result) {
 
 bool openImage(const Page& page, const char* path, ImageReader** reader) {
   if (path[0] == '\0') return true;
+  // A hook may ask errno why: of a file that was not even tried it must not tell older trouble.
+  const int before = errno;
+  errno = 0;
   *reader = ZKBMP_New(path);
-  if (*reader != nullptr) return true;
-  page.hooks->pageSkipped(*page.image, path);
-  return false;
+  if (*reader == nullptr) page.hooks->pageSkipped(*page.image, path);
+  if (errno == 0) errno = before;
+  return *reader != nullptr;
 }
 
 bool openComposite(Page* page) {

@@ -112,7 +112,7 @@ bool makeStripOffsets(ImageReader* reader, const TiffEntry& entry, uint64_t avai
 void passOverOffsets(ImageReader* reader, const TiffEntry& entry) {
   const uint64_t begin = correctPointerEndian(reader, entry.raw);
   const uint64_t end = begin + uint64_t{entry.count} * valueBytes(entry.type);
-  const uint64_t size = reader->file.size();
+  const uint64_t size = reader->fileBytes;
   reader->ioStatus = end <= size ? 0 : -1;
   reader->file.seek(end <= size ? end : std::max(begin, size));
 }
@@ -135,7 +135,7 @@ void readStripOffsets(ImageReader* reader, const TiffEntry& entry) {
 void loadPendingOffsets(ImageReader* reader) {
   if (!reader->pendingOffsets) return;
   const TiffEntry& entry = *reader->pendingOffsets;
-  if (!makeStripOffsets(reader, entry, reader->file.size())) return;
+  if (!makeStripOffsets(reader, entry, reader->fileBytes)) return;
   const uint64_t position = reader->file.position();
   const int32_t status = reader->ioStatus;
   const uint32_t bytes = valueBytes(entry.type);
@@ -269,7 +269,7 @@ void interpretDirectory(ImageReader* reader, const uint8_t* directory, size_t by
 // An offset that comes again ends the walk: such a chain would go round for ever.
 void readDirectories(ImageReader* reader) {
   std::set<uint32_t> seen;
-  uint64_t bytesLeft = reader->file.size() + kMaxDirectoryBytes;
+  uint64_t bytesLeft = reader->fileBytes + kMaxDirectoryBytes;
   uint32_t offset = readLong(reader);
   while (reader->ioStatus == 0 && offset != 0 && seen.insert(offset).second) {
     reader->file.seek(offset);
@@ -339,6 +339,7 @@ ReaderOwner newRecord(const char* path) {
 }
 
 void readStructure(ImageReader* reader) {
+  reader->fileBytes = reader->file.size();
   try {
     readDirectories(reader);
   } catch (const std::bad_alloc&) {
@@ -372,7 +373,7 @@ ImageReader* ZKTiff_New(const char* path) {
     return reader.release();
   }
   reader->isBeyondFile = isClaimBeyondFile(reader->height, reader->bytesPerRow,
-                                           reader->bitsPerPixel, reader->file.size());
+                                           reader->bitsPerPixel, reader->fileBytes);
   reader->rowsLeftInStrip = reader->rowsPerStrip;
   seekToFirstStrip(reader.get());
   return reader.release();

@@ -24,8 +24,9 @@ struct ImageReader {
   uint32_t kind = 0;  // set by the front-end
   FileBytes file;     // closed for a file that was refused
   CText fileName;
-  uint32_t width = 0;   // pixels
-  uint32_t height = 0;  // rows
+  uint64_t fileBytes = 0;  // 0 for a pipe
+  uint32_t width = 0;      // pixels
+  uint32_t height = 0;     // rows
   uint8_t bitsPerPixel = 1;
   std::array<uint8_t, 4> sampleBits = {1, 1, 1, 1};
   uint32_t currentRow = 0;
