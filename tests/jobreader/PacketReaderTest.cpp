@@ -521,6 +521,23 @@ TEST_F(PacketReaderTest, AFileOfTwoPossibleLayoutsIsReadAsItsPacketsSay) {
   EXPECT_EQ(known(shorter).data, "012345678");
 }
 
+TEST_F(PacketReaderTest, AnEndPacketThatSaysTwoSizesIsFoundWhereOnlyOneHasADigitMore) {
+  packing(Packing::kSplit, 10);
+  folder.write("SD.xml", "");
+  folder.write("EJ.xml", "<datasize>0</datasize>\n<datasize>0</datasize>\n");
+  const auto sizeLine = [](size_t size) {
+    return "<datasize>" + std::to_string(size) + "</datasize>";
+  };
+  for (size_t size = 1; size < 120; ++size) {
+    SCOPED_TRACE(size);
+    const std::string data = streamOf(size);
+    const std::string first = kStart + data + sizeLine(kStart.size() + size);
+    const Reading reading = known(first + sizeLine(first.size()));
+    EXPECT_TRUE(reading.isClean()) << reading.error;
+    EXPECT_EQ(reading.data, data);
+  }
+}
+
 TEST_F(PacketReaderTest, ValuesThatTheConfigurationReplacedAreMarked) {
   packing(Packing::kSplit, 10);
   job.overrides = {{"K", "22"}};

@@ -4,6 +4,7 @@
 #include <exception>
 #include <functional>
 #include <limits>
+#include <numeric>
 #include <optional>
 #include <utility>
 
@@ -40,6 +41,18 @@ std::vector<uint64_t> lengthsOf(const std::function<PacketText(uint32_t)>& packe
   return lengths;
 }
 
+// The end packet can say the job's size more than once, each time with what it counted until then.
+// One number may have a digit more than before and another one not yet, so every length from the
+// shortest to the longest is possible.
+std::vector<uint64_t> withAllBetween(const std::vector<uint64_t>& lengths) {
+  constexpr uint64_t kMost = 64;  // a template with more sizes than anybody writes
+  const uint64_t shortest = lengths.front();
+  if (lengths.back() - shortest > kMost) return lengths;
+  std::vector<uint64_t> all(lengths.back() - shortest + 1);
+  std::iota(all.begin(), all.end(), shortest);
+  return all;
+}
+
 class Solver {
  public:
   Solver(PacketTemplates& templates, const JobTemplates& job, const PacketText* full,
@@ -68,7 +81,9 @@ class Solver {
 std::vector<JobLayout> Solver::solve() {
   if (job_.packing != Packing::kBare)
     lastLengths_ = lengthsOf([&](uint32_t size) { return templates_.sendData(size, false); });
-  for (const uint64_t end : lengthsOf([&](uint32_t size) { return templates_.endJob(size); })) {
+  const std::vector<uint64_t> ends =
+      lengthsOf([&](uint32_t size) { return templates_.endJob(size); });
+  for (const uint64_t end : withAllBetween(ends)) {
     if (opening_.bytes + end > fileBytes_) continue;
     const uint64_t body = fileBytes_ - opening_.bytes - end;
     switch (job_.packing) {
