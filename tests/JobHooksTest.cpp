@@ -88,11 +88,11 @@ TEST_F(JobHooksTest, SeeEveryPageAndBandInTheirOrder) {
 }
 
 TEST_F(JobHooksTest, SeeDataOnItsWayThroughTheTemporaryFile) {
-  folder.write("data.bin", std::string(1500, 'x'));
+  folder.write("data.bin", std::string(70000, 'x'));
   WatchingHooks hooks;
   EXPECT_EQ(run(hooks, sendDataJob("SplitDataSize=0\n")), 0);
-  EXPECT_THAT(hooks.seen,
-              ElementsAre("job 0", "copied 1024", "copied 476", "copied 1500", "complete"));
+  EXPECT_THAT(hooks.seen, ElementsAre("job 0", "copied 65536", "copied 4464", "copied 65536",
+                                      "copied 4464", "complete"));
 }
 
 // The default hooks are the exported operation.
@@ -110,7 +110,7 @@ TEST_F(JobHooksTest, DefaultsAreTheJobAsHostsKnowIt) {
 }
 
 TEST_F(JobHooksTest, CanEndAJobAtEveryObservation) {
-  folder.write("data.bin", std::string(1500, 'x'));
+  folder.write("data.bin", std::string(70000, 'x'));
   const std::string data = sendDataJob("SplitDataSize=0\n");
   const std::string pages = twoPages("65536");
   const struct {
@@ -122,8 +122,8 @@ TEST_F(JobHooksTest, CanEndAJobAtEveryObservation) {
                 {pages, "page ends"},
                 {pages, "skipped " + folder.path("k.png")},
                 {pages, "complete"},
-                {data, "copied 1024"},
-                {data, "copied 1500"}};
+                {data, "copied 65536"},
+                {data, "copied 4464"}};
   for (const auto& each : kCases) {
     SCOPED_TRACE(each.at);
     WatchingHooks hooks;

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "Words.h"
+
 namespace {
 
 constexpr int kMaxReplacements = 8;  // bytes of one command: three bits hold the count minus 1
@@ -41,18 +43,27 @@ void putCommand(Output& out, int offset, const uint8_t* bytes, int count) {
   out.put(bytes, count);
 }
 
+// The first byte from `at` on that differs from the seed, or equals it; a null seed is a row of 0.
+int firstDifferent(const uint8_t* row, const uint8_t* seed, int at, int len) {
+  if (seed != nullptr) return at + words::countEqual(row + at, seed + at, len - at);
+  while (at < len && row[at] == 0) ++at;
+  return at;
+}
+int firstEqual(const uint8_t* row, const uint8_t* seed, int at, int len) {
+  if (seed != nullptr) return at + words::countDifferent(row + at, seed + at, len - at);
+  while (at < len && row[at] != 0) ++at;
+  return at;
+}
+
 }  // namespace
 
 int DeltaRow_Encode(const uint8_t* row, const uint8_t* seed, int len, uint8_t* out, int limit) {
-  const auto isEqual = [row, seed](int i) { return row[i] == (seed == nullptr ? 0 : seed[i]); };
   Output output(out, limit);
   int replaced = 0;  // the byte behind the last replacement
-  for (int at = 0; !output.isTooLong();) {
-    while (at < len && isEqual(at)) ++at;
+  while (!output.isTooLong()) {
+    int at = firstDifferent(row, seed, replaced, len);
     if (at >= len) break;
-    int end = at + 1;
-    while (end < len && !isEqual(end)) ++end;
-
+    const int end = firstEqual(row, seed, at, len);
     int offset = at - replaced;
     for (; at < end && !output.isTooLong(); offset = 0) {
       const int count = std::min(end - at, kMaxReplacements);

@@ -1,5 +1,6 @@
 // FileBytes - a file read through one block of memory, so that single bytes and short rows cost
-// no call of the C library. Reading is the same as by fread and fseek on the bare stream.
+// no call of the C library and rows can be read where they lie. Reading is the same as by fread and
+// fseek on the bare stream.
 #pragma once
 
 #include <cstddef>
@@ -24,7 +25,9 @@ class FileBytes {
     size_t count;
   };
   View peek();
-  /// Moves on by `count` bytes of the last peek().
+  /// The same without asking the file: what lies in memory, maybe nothing.
+  [[nodiscard]] View inMemory() const { return {block_ + next_, buffered()}; }
+  /// Moves on by `count` bytes of the last peek() or inMemory().
   void skip(size_t count) { next_ += count; }
 
   /// Goes to an absolute position; one behind the end reads nothing.
@@ -36,7 +39,7 @@ class FileBytes {
 
  private:
   // Large enough that the system call vanishes, small enough to stay in the second-level cache.
-  static constexpr size_t kBlockBytes = size_t{64} * 1024;
+  static constexpr size_t kBlockBytes = size_t{256} * 1024;
 
   [[nodiscard]] size_t buffered() const { return end_ - next_; }
   size_t readStream(void* dst, size_t count);

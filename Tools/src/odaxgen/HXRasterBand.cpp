@@ -2,11 +2,13 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <climits>
+#include <charconv>
 #include <cstring>
-#include <optional>
+#include <iterator>
 
+#include "BlankRows.h"
 #include "CLibrary.h"
+#include "ChannelRows.h"
 #include "DeltaRow.h"
 #include "HXRasterLib.h"
 #include "HXRasterState.h"
@@ -18,6 +20,13 @@
 static CBytes sCodeData, sCodeDataHigher, sCodeDataLower;
 static int64_t sCodeDataWritable;   // the part of the memory that rows can reach
 static CBytes sRowCopy, sSeedCopy;  // rows that begin in a pixel block and end behind it
+
+// The two halves of a row of 16-bit samples.
+struct HalfRows {
+  CBytes high, low;
+  size_t room = 0;  // bytes of each
+};
+static HalfRows sHalves, sSeedHalves;  // of the row that is sent, and of the one above
 
 namespace {
 
@@ -111,24 +120,15 @@ const uint8_t* rowBytesOf(const HXRasterPlane& plane, int row, int length, CByte
   return copy->get();
 }
 
-// The position behind the last byte that is not blank, found from the end.
-int significantLength(const uint8_t* row, int length, uint8_t blank) {
-  constexpr int kWord = sizeof(uint64_t);
-  const uint64_t blankWord = blank == 0 ? 0 : ~uint64_t{0};
-  while (length >= kWord) {
-    uint64_t word = 0;
-    std::memcpy(&word, row + length - kWord, sizeof word);
-    if (word != blankWord) break;
-    length -= kWord;
-  }
-  while (length > 0 && row[length - 1] == blank) --length;
-  return std::max(length, 0);
-}
+constexpr char kTransfer[] = "\x1B*b";  // what row data and blank rows are announced with
 
-void sendCommand(const char* text, int length, char letter) {
-  char command[32];
-  zk_sprintf(command, sizeof command, "%s%d%c", text, length, letter);
-  ODAX_SendData(command, static_cast<int32_t>(std::strlen(command)));
+// Every row has such a command for each plane, so it is put together by hand.
+void sendTransfer(int number, char letter) {
+  char command[sizeof kTransfer + 16];
+  char* end = std::copy_n(kTransfer, sizeof kTransfer - 1, command);
+  end = std::to_chars(end, std::end(command) - 1, number).ptr;
+  *end++ = letter;
+  ODAX_SendData(command, static_cast<int32_t>(end - command));
 }
 
 // Wraps behind 2^31-1 rows instead of overflowing; no page has so many.
@@ -138,7 +138,7 @@ void countBlankLine() {
 
 void sendBlankLines() {
   if (mBlankLines <= 0) return;
-  sendCommand("\x1B*b", mBlankLines, 'Y');
+  sendTransfer(mBlankLines, 'Y');
   mBlankLines = 0;
 }
 
@@ -160,7 +160,7 @@ struct PlaneRow {
 };
 
 void sendRowData(const uint8_t* data, int length, char letter) {
-  sendCommand("\x1B*b", length, letter);
+  sendTransfer(length, letter);
   ODAX_SendData(data, length);
   sThisIsBlankLine = false;
 }
@@ -178,14 +178,14 @@ int packRowData(const uint8_t* src, int len, uint8_t* dst) {
 void sendTrimmedRow(const PlaneRow& at, const RowMode& mode) {
   const int length = rowLength(at.plane);
   const uint8_t* row = rowBytesOf(at.plane, at.row, length, &sRowCopy);
-  const int trimmed = significantLength(row, length, mode.blank);
+  const int trimmed = BlankRows_SignificantLength(row, length, mode.blank);
   if (trimmed == 0) {
-    if (!sThisIsBlankLine) sendCommand("\x1B*b", 0, at.letter());
+    if (!sThisIsBlankLine) sendTransfer(0, at.letter());
     return;
   }
   if (sThisIsBlankLine) {
     sendBlankLines();
-    for (int before = 1; before < at.number; ++before) sendCommand("\x1B*b", 0, 'V');
+    for (int before = 1; before < at.number; ++before) sendTransfer(0, 'V');
   }
   if (mode.compression == kPackBits) {
     sendRowData(mCodeDataP, packRowData(row, trimmed, mCodeDataP), at.letter());
@@ -255,33 +255,29 @@ void sendHxrcRow(const PlaneRow& at) {
   rememberLength(at, length);
 }
 
-// The high and the low bytes of a row of 16-bit samples.
-struct HalfRows {
-  CBytes high, low;
-
-  HalfRows(const uint8_t* row, int width, int code) {
-    const auto count = static_cast<size_t>(std::max(width, 0));
-    high = newRowBytes(count, code, __LINE__);
-    low = newRowBytes(count, code, __LINE__);
-    for (size_t i = 0; i < count; ++i) {
-      high[i] = row[2 * i];
-      low[i] = row[2 * i + 1];
-    }
+// The high and the low bytes of a row of 16-bit samples, in memory that stays for the next row.
+const HalfRows& splitRow(HalfRows* halves, const uint8_t* row, int width, int code) {
+  const auto count = static_cast<size_t>(std::max(width, 0));
+  if (halves->high == nullptr || halves->room < count) {
+    halves->high = newRowBytes(count, code, __LINE__);
+    halves->low = newRowBytes(count, code, __LINE__);
+    halves->room = count;
   }
-};
+  ChannelRows_SplitHalves(row, count, halves->high.get(), halves->low.get());
+  return *halves;
+}
 
 void sendHxrcHalves(const PlaneRow& at) {
   const int width = widthOf(at.plane);
   const uint8_t* bytes = rowBytesOf(at.plane, at.row, 2 * width, &sRowCopy);
-  const HalfRows row(bytes, width, -75);
+  const HalfRows& row = splitRow(&sHalves, bytes, width, -75);
   const uint8_t* previousHigh = nullptr;
   const uint8_t* previousLow = nullptr;
-  std::optional<HalfRows> previous;
   if (at.row > 0 && !sSeedRowUnkown) {
     bytes = rowBytesOf(at.plane, at.row - 1, 2 * width, &sSeedCopy);
-    previous.emplace(bytes, width, -78);
-    previousHigh = previous->high.get();
-    previousLow = previous->low.get();
+    const HalfRows& previous = splitRow(&sSeedHalves, bytes, width, -78);
+    previousHigh = previous.high.get();
+    previousLow = previous.low.get();
   }
   const int high =
       compressRow(mCodeDataHigherP, previousHigh, row.high.get(), width, kHalfRowErrors);
@@ -312,7 +308,7 @@ bool isRowTrimmedBlank(const HXRasterPlane* list, int row, uint8_t blank) {
   for (; list != nullptr; list = list->next) {
     const int length = rowLength(*list);
     const uint8_t* bytes = rowBytesOf(*list, row, length, &sRowCopy);
-    if (significantLength(bytes, length, blank) > 0) return false;
+    if (BlankRows_SignificantLength(bytes, length, blank) > 0) return false;
   }
   return true;
 }
@@ -412,6 +408,8 @@ void HXRaster_FreeWorkingMemory(int mode) {
   sCodeData.reset();
   sCodeDataHigher.reset();
   sCodeDataLower.reset();
+  sHalves = {};
+  sSeedHalves = {};
 }
 
 void HXRaster_SendBand(HXRasterPlane* list, int rows, int mode) {
@@ -430,7 +428,5 @@ bool sIsThisAll255(const ZKGWorld* pixels, int8_t bitsPerPixel, int row) {
   const int64_t start = int64_t{row} * pixels->rowBytes;
   const int64_t count = std::min(printable, blockBytes(*pixels) - start);
   if (count <= 0) return true;
-  const uint8_t* bytes = pixels->pixels + start;
-  // All equal to their neighbour and the first one white: one pass at the speed of memcmp.
-  return bytes[0] == 0xFF && std::memcmp(bytes, bytes + 1, static_cast<size_t>(count) - 1) == 0;
+  return BlankRows_IsAll(pixels->pixels + start, static_cast<size_t>(count), 0xFF);
 }

@@ -29,6 +29,7 @@ constexpr int kErrorTempPath = -68;
 constexpr int kErrorExternalFile = -74;
 
 void clearOverrides() {
+  ODAX_ForgetDataLines();
   for (CText& key : mOverRideKeyList) key.reset();
   for (CText& value : mOverRideValueList) value.reset();
 }
@@ -61,6 +62,7 @@ bool hasBuffer() {
 
 void ODAX_SetSplitDataSize(uint32_t bytes) {
   mSplitDataSize = static_cast<int32_t>(bytes);
+  ODAX_ForgetDataLines();
 }
 
 void ODAX_NewWithName(const char* outputPath) {
@@ -169,8 +171,8 @@ void readExternalFileWith(JobHooks& hooks, const char* path) {
     reportCannotOpen(path);
     throw kErrorExternalFile;
   }
-  uint8_t piece[1024];
-  forEachPiece(file.get(), piece, sizeof piece, [&hooks](const uint8_t* bytes, size_t count) {
+  static uint8_t sPiece[65536];
+  forEachPiece(file.get(), sPiece, sizeof sPiece, [&hooks](const uint8_t* bytes, size_t count) {
     ODAX_SendData(bytes, static_cast<int32_t>(count));
     hooks.dataCopied(count);
   });

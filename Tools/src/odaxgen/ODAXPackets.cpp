@@ -1,6 +1,7 @@
 // The packets of ODAXOutLib: template lines with overridden values, and the data behind them.
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -8,6 +9,39 @@
 #include "ODAXOutLib.h"
 #include "ODAXState.h"
 #include "ZKFile.h"
+
+// The lines of the last send-data packet. Nearly all packets of a job have the same size and so the
+// same lines: these are put together once, and for the others the template is opened but not read.
+struct DataLines {
+  bool isWhole = false;   // nothing below counts otherwise
+  FileState source = {};  // of the template
+  uint32_t size = 0;      // of the packet's data
+  int32_t chunkSize = 0;
+  bool fit = false;
+  uint32_t count = 0;
+  std::array<char, 16384> bytes = {};
+
+  [[nodiscard]] bool areFor(const FileState& state, uint32_t dataSize, int32_t chunk) const {
+    return isWhole && source == state && size == dataSize && chunkSize == chunk;
+  }
+
+  void begin(const FileState& state, uint32_t dataSize, int32_t chunk) {
+    isWhole = false;
+    source = state;
+    size = dataSize;
+    chunkSize = chunk;
+    fit = true;
+    count = 0;
+  }
+
+  void add(const char* line, uint32_t lineBytes) {
+    fit = fit && lineBytes <= bytes.size() - count;
+    if (!fit) return;
+    std::memcpy(bytes.data() + count, line, lineBytes);
+    count += lineBytes;
+  }
+};
+static DataLines sDataLines;
 
 namespace {
 
@@ -62,22 +96,24 @@ void applyOverrides(char* line, uint32_t* count) {
   }
 }
 
+CFile openTemplate(const Template& source) {
+  CFile file(my_fopen(source.path, "rb"));
+  if (file != nullptr) return file;
+  reportCannotOpen(source.path);
+  throw source.openCode;
+}
+
 // Walks the lines of a template. `edit` changes a line before the overrides do, `write` gets what
 // is not suppressed; both may throw.
 template <class Edit, class Write>
-void forEachLine(const Template& source, bool dropsMark, Edit edit, Write write) {
-  const CFile file(my_fopen(source.path, "rb"));
-  if (file == nullptr) {
-    reportCannotOpen(source.path);
-    throw source.openCode;
-  }
+void forEachLine(const Template& source, std::FILE* file, bool dropsMark, Edit edit, Write write) {
   // One buffer for all lines: a count that exceeds the text writes what earlier lines left there.
   const CText line = newZeroedText(kLineBytes);
   if (line == nullptr) fail(source.memory);
 
   int length = 0;
-  for (bool isFirst = true; readLineOf(source.path, line.get(), static_cast<int>(kLineBytes),
-                                       file.get(), &length) != nullptr;
+  for (bool isFirst = true;
+       readLineOf(source.path, line.get(), static_cast<int>(kLineBytes), file, &length) != nullptr;
        isFirst = false) {
     auto count = static_cast<uint32_t>(length);
     if (isFirst && dropsMark) deleteBOM(line.get(), &count);
@@ -93,26 +129,40 @@ void writeJobLine(const char* line, uint32_t count) {
   mJobDataSize += count;
 }
 
-void writeDataLine(const char* line, uint32_t count) {
-  ZKFile_Write(line, count);
+void writeData(const void* data, uint32_t count) {
+  ZKFile_Write(data, count);
   mJobDataSize += count;
 }
 
 void editNothing(char* /*line*/, uint32_t* /*count*/) {}
 
 void sendTemplatePacket(const Template& source) {
-  forEachLine(source, true, editNothing, writeJobLine);
+  const CFile file = openTemplate(source);
+  forEachLine(source, file.get(), true, editNothing, writeJobLine);
 }
 
 // The first line keeps its byte-order mark here, on purpose.
 void sendDataTemplate(const Template& source, uint32_t size, int32_t chunkSize) {
+  const CFile file = openTemplate(source);
+  FileState state = {};
+  const bool canStay = fileStateOf(file.get(), &state);
+  if (canStay && sDataLines.areFor(state, size, chunkSize)) {
+    writeData(sDataLines.bytes.data(), sDataLines.count);
+    return;
+  }
+  sDataLines.begin(state, size, chunkSize);
   const auto edit = [size, chunkSize](char* line, uint32_t* count) {
     if (std::strstr(line, "datasize") != nullptr) replaceCorrectSize(line, size, count);
     if (std::strstr(line, "continue") != nullptr) {
       replaceCorrectContinueFlug(line, chunkSize, count);
     }
   };
-  forEachLine(source, false, edit, writeDataLine);
+  const auto write = [](const char* line, uint32_t count) {
+    writeData(line, count);
+    sDataLines.add(line, count);
+  };
+  forEachLine(source, file.get(), false, edit, write);
+  sDataLines.isWhole = canStay && sDataLines.fit && std::ferror(file.get()) == 0;
 }
 
 // The wording is odd and stays.
@@ -161,9 +211,14 @@ const char* oldValueOf(const char* line, char* copy) {
 
 }  // namespace
 
+void ODAX_ForgetDataLines() {
+  sDataLines.isWhole = false;
+}
+
 void ODAX_SetOverRideKeyValue(char* const* keys, char* const* values) {
   const MemoryFailure noMemory = {kErrorOverrideMemory, "ODAX_SetOverRideKeyValue: memory error",
                                   277};
+  ODAX_ForgetDataLines();
   for (size_t i = 0; i < kMaxOverrides && keys[i] != nullptr && values[i] != nullptr; ++i) {
     mOverRideKeyList[i] = newZeroedText(kLineBytes);
     mOverRideValueList[i] = newZeroedText(kLineBytes);
@@ -194,15 +249,15 @@ void ODAX_SendJobEJ() {
   const auto edit = [](char* line, uint32_t* count) {
     if (std::strstr(line, "datasize") != nullptr) replaceCorrectSize(line, mJobDataSize, count);
   };
-  forEachLine({mEJ_XMLFilePath, -65, {-66, "ODAX_SendJobEJ(): memory error", 853}}, true, edit,
-              writeJobLine);
+  const Template source = {mEJ_XMLFilePath, -65, {-66, "ODAX_SendJobEJ(): memory error", 853}};
+  const CFile file = openTemplate(source);
+  forEachLine(source, file.get(), true, edit, writeJobLine);
 }
 
 void sendDataRaster(const void* data, uint32_t count) {
   sendDataTemplate({mSD_XMLFilePath, -59, {-60, "sendDataRaster(): memory error", 664}}, count,
                    static_cast<int32_t>(count));
-  ZKFile_Write(data, count);
-  mJobDataSize += count;
+  writeData(data, count);
 }
 
 void sendDataRasterNotDivide() {

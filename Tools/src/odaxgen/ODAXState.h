@@ -23,3 +23,7 @@ extern char mEJ_XMLFilePath[kPathBytes];
 extern uint32_t mJobDataSize;      // bytes counted as written by all packets so far
 extern uint32_t mTempJobDataSize;  // bytes written to the temporary file
 extern uint32_t mIsExistVC;        // not 0: a VendorCmd packet is sent
+
+/// Lets the next send-data packet read its template again: something that its lines depend on,
+/// other than the template and the packet's size, is about to change.
+void ODAX_ForgetDataLines();

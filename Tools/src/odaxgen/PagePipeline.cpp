@@ -179,15 +179,15 @@ int readBand(const Page& page) {
     return ZKBMP_ReadNextRasterBlockRGB(page.rgb, page.worlds[kInkR], page.worlds[kInkG],
                                         page.worlds[kInkB], page.deep);
   }
-  int rows = 0;
   if (page.hasComposite()) {
-    for (const Channel& channel : kChannels) {
-      rows = std::max(
-          rows, ZKBMP_ReadNextRasterBlockCMYK(page.readers[channel.ink], page.worlds[channel.ink],
-                                              levelOf(page, channel.ink), channel.index));
+    CmykChannels channels{};
+    for (size_t i = 0; i < channels.size(); ++i) {
+      const auto [ink, index] = kChannels[i];
+      channels[i] = {page.readers[ink], page.worlds[ink], levelOf(page, ink), index};
     }
-    return rows;
+    return ZKBMP_ReadNextRasterBlocksCMYK(channels);
   }
+  int rows = 0;
   for (const Ink ink : kReadOrder) {
     rows = std::max(
         rows, ZKBMP_ReadNextRasterBlock(page.readers[ink], page.worlds[ink], levelOf(page, ink)));

@@ -4,6 +4,8 @@
 #include <array>
 #include <cstring>
 
+#include "LevelRows.h"
+
 namespace {
 
 uint32_t bytesFor(uint32_t samples, uint32_t samplesPerByte) {
@@ -21,8 +23,13 @@ void clearBehindWidth(uint8_t* dst, uint32_t dstBytes, uint32_t width, uint32_t 
 }
 
 void copyOrComplement(const uint8_t* src, uint32_t count, uint8_t* dst, bool invert) {
-  const uint8_t mask = invert ? 0xFF : 0x00;
-  for (uint32_t i = 0; i < count; ++i) dst[i] = src[i] ^ mask;
+  if (!invert) {
+    std::memcpy(dst, src, count);
+    return;
+  }
+  const uint8_t* __restrict from = src;  // told apart, compilers make 16 bytes at a time of it
+  uint8_t* __restrict to = dst;
+  for (uint32_t i = 0; i < count; ++i) to[i] = static_cast<uint8_t>(~from[i]);
 }
 
 uint16_t sampleAt(const uint8_t* src, uint32_t index, const SampleRule& rule) {
@@ -65,32 +72,7 @@ void SampleRows_8to1(const uint8_t* src, uint32_t count, uint8_t* dst, uint32_t 
 
 void SampleRows_8toLevels(const uint8_t* src, uint32_t count, uint8_t* dst, uint32_t dstBytes,
                           const SampleRule& rule, unsigned depth) {
-  // One map for table, inversion and the bits that fit, so that a sample costs one look-up.
-  std::array<uint8_t, 256> level;
-  for (unsigned v = 0; v < 256; ++v) {
-    const unsigned sample = rule.invert ? 255 - v : v;
-    const unsigned mapped = rule.table == nullptr ? sample : rule.table[sample];
-    level[v] = static_cast<uint8_t>(mapped & ((1U << depth) - 1));
-  }
-  const uint32_t perByte = 8 / depth;
-  const uint32_t whole = std::min(count / perByte, dstBytes);
-  if (depth == 2) {
-    for (uint32_t b = 0; b < whole; ++b, src += 4) {
-      dst[b] = static_cast<uint8_t>(level[src[0]] << 6 | level[src[1]] << 4 | level[src[2]] << 2 |
-                                    level[src[3]]);
-    }
-  } else {
-    for (uint32_t b = 0; b < whole; ++b, src += 2) {
-      dst[b] = static_cast<uint8_t>(level[src[0]] << 4 | level[src[1]]);
-    }
-  }
-  if (whole < dstBytes && count % perByte != 0) {
-    unsigned byte = 0;
-    for (uint32_t i = 0; i < count % perByte; ++i) {
-      byte |= static_cast<unsigned>(level[src[i]]) << (8 - depth * (i + 1));
-    }
-    dst[whole] = static_cast<uint8_t>(byte);
-  }
+  LevelRows_Pack(src, count, dst, dstBytes, {rule.table, rule.invert, depth});
   clearBehindWidth(dst, dstBytes, rule.width, depth);
 }
 

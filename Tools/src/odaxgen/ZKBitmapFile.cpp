@@ -1,5 +1,6 @@
 #include "ZKBitmapFile.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace {
@@ -55,6 +56,13 @@ int ZKBMP_ReadNextRasterBlock(ImageReader* reader, ZKGWorld* world, const uint8_
 int ZKBMP_ReadNextRasterBlockCMYK(ImageReader* reader, ZKGWorld* world, const uint8_t* table,
                                   int channel) {
   return isTiff(reader) ? ZKTiff_ReadNextRasterBlockCMYK(reader, world, table, channel) : 0;
+}
+
+int ZKBMP_ReadNextRasterBlocksCMYK(const CmykChannels& channels) {
+  return std::all_of(channels.begin(), channels.end(),
+                     [](const CmykChannel& one) { return isTiff(one.reader); })
+             ? ZKTiff_ReadNextRasterBlocksCMYK(channels)
+             : 0;
 }
 
 int ZKBMP_ReadNextRasterBlockRGB(ImageReader* reader, ZKGWorld* red, ZKGWorld* green,

@@ -22,6 +22,7 @@ void ZKBMP_Rewind(ImageReader* reader);
 int ZKBMP_ReadNextRasterBlock(ImageReader* reader, ZKGWorld* world, const uint8_t* table);
 int ZKBMP_ReadNextRasterBlockCMYK(ImageReader* reader, ZKGWorld* world, const uint8_t* table,
                                   int channel);
+int ZKBMP_ReadNextRasterBlocksCMYK(const CmykChannels& channels);
 int ZKBMP_ReadNextRasterBlockRGB(ImageReader* reader, ZKGWorld* red, ZKGWorld* green,
                                  ZKGWorld* blue, int deep);
 

@@ -44,6 +44,10 @@ size_t pixelBytes(const ZKGWorld& world) {
   return static_cast<size_t>(heightOf(world.bounds)) * static_cast<size_t>(world.rowBytes);
 }
 
+size_t bytesAbove(const ZKGWorld& world, uint32_t row) {
+  return std::min(size_t{row} * static_cast<size_t>(world.rowBytes), pixelBytes(world));
+}
+
 bool isClear(const uint8_t* bytes, size_t count) {
   return bytes[0] == 0 && std::memcmp(bytes, bytes + 1, count - 1) == 0;
 }
@@ -89,9 +93,21 @@ int32_t ZKNewGWorld(ZKGWorld** out, int16_t depth, const ZKRect* bounds, int32_t
 }
 
 void ZKClearGWorld(ZKGWorld* world) {
-  if (world != nullptr) clearWhatIsNotClear(world->pixels, pixelBytes(*world));
+  ZKClearGWorldFrom(world, 0);
 }
 
 void ZKClearGWorldRGB(ZKGWorld* world) {
-  if (world != nullptr) std::memset(world->pixels, 0xFF, pixelBytes(*world));
+  ZKClearGWorldRGBFrom(world, 0);
+}
+
+void ZKClearGWorldFrom(ZKGWorld* world, uint32_t first) {
+  if (world == nullptr) return;
+  const size_t kept = bytesAbove(*world, first);
+  clearWhatIsNotClear(world->pixels + kept, pixelBytes(*world) - kept);
+}
+
+void ZKClearGWorldRGBFrom(ZKGWorld* world, uint32_t first) {
+  if (world == nullptr) return;
+  const size_t kept = bytesAbove(*world, first);
+  std::memset(world->pixels + kept, 0xFF, pixelBytes(*world) - kept);
 }

@@ -33,3 +33,6 @@ int32_t ZKNewGWorld(ZKGWorld** out, int16_t depth, const ZKRect* bounds, int32_t
 void ZKClearGWorld(ZKGWorld* world);
 /// Sets all pixel bytes to 0xFF (white of RGB data); null is ignored.
 void ZKClearGWorldRGB(ZKGWorld* world);
+/// The same for the rows from `first` on, when those above it are all written to.
+void ZKClearGWorldFrom(ZKGWorld* world, uint32_t first);
+void ZKClearGWorldRGBFrom(ZKGWorld* world, uint32_t first);

@@ -40,7 +40,8 @@ struct ImageReader {
   std::optional<TiffEntry> pendingOffsets;  // an array that is still to be read, while opening
   uint32_t currentStrip = 0;
   uint32_t rowsLeftInStrip = 0xFFFFFFFF;
-  CBytes row;                 // bytesPerRow bytes: the row just read
+  CBytes row;  // bytesPerRow bytes: the row just read, unless it lies in the file's block
+  const uint8_t* rowInBlock = nullptr;  // the row just read, in the block; null: in `row`
   bool isBeyondFile = false;  // it claims rows that such a file cannot hold: none are delivered
   char byteOrder = 'I';
   int32_t ioStatus = 0;  // 0 after a successful read, -1 after a failed one
@@ -94,6 +95,20 @@ int ZKTiff_ReadNextRasterBlock(ImageReader* reader, ZKGWorld* world, const uint8
 /// @throws const char* "Internal Exception" for a compression other than 1 and 32773
 int ZKTiff_ReadNextRasterBlockCMYK(ImageReader* reader, ZKGWorld* world, const uint8_t* table,
                                    int channel);
+/// One of the readers that a four-channel file was opened with, and what it delivers.
+struct CmykChannel {
+  ImageReader* reader;
+  ZKGWorld* world;
+  const uint8_t* table;
+  int channel;
+};
+using CmykChannels = std::array<CmykChannel, 4>;
+
+/// ZKTiff_ReadNextRasterBlockCMYK() for four readers of one file, one after the other. Rows that
+/// all of them would read alike are read once, by the first; so a file is read together or one by
+/// one, but not both in turn.
+/// @return the most rows that one of them delivered
+int ZKTiff_ReadNextRasterBlocksCMYK(const CmykChannels& channels);
 /// The same for the three channels of an interleaved RGB file, without table and inversion.
 /// @param deep  not 0: samples of 10 and 12 bits take two bytes each, the free bits set
 /// @throws -42 for a compression other than 1 and 32773

@@ -4,8 +4,11 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <utility>
 
+#include "ChannelRows.h"
 #include "ReductionTables.h"
+#include "RowUnpacker.h"
 #include "SampleRows.h"
 #include "ZKTiff.h"
 
@@ -45,13 +48,32 @@ void reportCompression(const ImageReader* reader) {
   printError("UNSUPPORTED COMPRESSION!: \"%s\".\n", reader->fileName.get());
 }
 
-// A row cut by the end of the file keeps what the row before left behind the cut.
-void readRow(ImageReader* reader) {
+// Brings the row just read to where it survives the next look into the file, when that may find too
+// little for a row.
+void keepRow(ImageReader* reader) {
+  const uint8_t* row = std::exchange(reader->rowInBlock, nullptr);
+  if (row == nullptr) return;
+  if (reader->file.position() + reader->bytesPerRow <= reader->fileBytes) return;
+  std::memcpy(reader->row.get(), row, reader->bytesPerRow);
+}
+
+// The next row. Most rows are read where they lie in the file's block. A row cut by the end of the
+// file keeps what the row before left behind the cut.
+const uint8_t* readRow(ImageReader* reader) {
+  const uint32_t bytes = reader->bytesPerRow;
   if (reader->compression == kCompressionPackBits) {
-    unpackbits(reader, reader->row.get(), reader->bytesPerRow);
-  } else {
-    reader->file.read(reader->row.get(), reader->bytesPerRow);
+    unpackbits(reader, reader->row.get(), bytes);
+    return reader->row.get();
   }
+  const FileBytes::View view = reader->file.inMemory();
+  if (view.count >= bytes) {
+    reader->file.skip(bytes);
+    reader->rowInBlock = view.bytes;
+    return view.bytes;
+  }
+  keepRow(reader);
+  reader->file.read(reader->row.get(), bytes);
+  return reader->row.get();
 }
 
 void moveToNextStrip(ImageReader* reader) {
@@ -131,8 +153,13 @@ bool channelFits(const ImageReader* reader, size_t channel, const ZKGWorld* worl
   return countPerRow(bits, reader->sampleRowBytes[channel], world, count);
 }
 
-// Converts one row; a depth without a conversion leaves the row as it was cleared, with a message
-// for every row.
+// Fills a row of a buffer from `first` on with what stands for nothing.
+void clearRow(uint8_t* dst, uint32_t dstBytes, uint32_t first, const SampleRule& rule) {
+  if (first < dstBytes) std::memset(dst + first, rule.raw ? 0xFF : 0x00, dstBytes - first);
+}
+
+// Converts one row and leaves no byte of the buffer's row as it was. A depth without a conversion
+// leaves nothing in the row, with a message for every row.
 void convertRow(const uint8_t* src, uint32_t count, uint32_t fileBits, const ZKGWorld* world,
                 uint32_t row, const SampleRule& rule) {
   uint8_t* dst = rowOf(world, row);
@@ -143,29 +170,76 @@ void convertRow(const uint8_t* src, uint32_t count, uint32_t fileBits, const ZKG
   } else if (fileBits == 8 && depth == 8) {
     SampleRows_Copy8(src, count, dst, dstBytes, rule);
   } else if (fileBits == 8 && depth == 1) {
+    clearRow(dst, dstBytes, count / 8, rule);
     SampleRows_8to1(src, count, dst, dstBytes, rule);
   } else if (fileBits == 8) {
     SampleRows_8toLevels(src, count, dst, dstBytes, rule, static_cast<unsigned>(depth));
   } else if (fileBits == 16 && (depth == 10 || depth == 12)) {
+    clearRow(dst, dstBytes, 0, rule);
     SampleRows_16toPacked(src, count, dst, dstBytes, rule, static_cast<unsigned>(depth));
   } else {
+    clearRow(dst, dstBytes, 0, rule);
     printError("ZKTiff_ReadNextRasterBlock: unsupported bit depth.\n");
   }
 }
 
-// Copies one channel out of an interleaved four-channel row. Samples past the row's end are 0, and
-// so is a row whose samples have neither 8 nor 16 bits.
-void extractChannel(const ImageReader* reader, size_t channel, uint8_t* dst) {
-  const size_t sampleBytes = reader->sampleBits[channel] / 8U;
-  if (reader->sampleBits[channel] != 8 && reader->sampleBits[channel] != 16) return;
-  const size_t samples = reader->sampleRowBytes[channel] / sampleBytes;
-  const size_t pixelBytes = kCmykChannels * sampleBytes;
-  for (size_t i = 0; i < samples; ++i) {
-    for (size_t b = 0; b < sampleBytes; ++b) {
-      const size_t at = i * pixelBytes + channel * sampleBytes + b;
-      dst[i * sampleBytes + b] = at < reader->bytesPerRow ? reader->row[at] : uint8_t{0};
-    }
-  }
+// Takes one channel out of an interleaved four-channel row. A row whose samples have neither 8 nor
+// 16 bits stays 0.
+void extractChannel(const ImageReader* reader, const uint8_t* src, size_t channel, uint8_t* dst) {
+  const size_t bits = reader->sampleBits[channel];
+  if (bits != 8 && bits != 16) return;
+  ChannelRows_Extract(src, reader->bytesPerRow, channel, bits / 8,
+                      reader->sampleRowBytes[channel] / (bits / 8), dst);
+}
+
+// A row for the samples of one channel.
+CBytes newChannelRow(const ImageReader* reader, size_t channel) {
+  CBytes samples = newZeroedBytes(reader->sampleRowBytes[channel]);
+  if (samples != nullptr) return samples;
+  reportError("ZKTiff_ReadNextRasterBlockCMYK: memory error", errno, kSourceName, __LINE__);
+  throw kErrorCompression;
+}
+
+SampleRule makeChannelRule(const ImageReader* reader, const ZKGWorld* world, const uint8_t* table) {
+  const bool isByDepth = table == nullptr || table == rawSamplesMarker();
+  return makeRule(reader, isByDepth ? tableForDepth(world->depth) : table, false);
+}
+
+// Where the samples of one channel go, `count` of each row.
+struct ChannelBlock {
+  size_t channel;
+  uint32_t count;
+  const ZKGWorld* world;
+  SampleRule rule;
+};
+
+void convertChannel(const ImageReader* reader, const uint8_t* src, const ChannelBlock& block,
+                    uint8_t* samples, uint32_t row) {
+  extractChannel(reader, src, block.channel, samples);
+  convertRow(samples, block.count, reader->sampleBits[block.channel], block.world, row, block.rule);
+}
+
+// What decides which rows a reader delivers. A pipe is another one each time it is opened.
+bool readsLike(const ImageReader& a, const ImageReader& b) {
+  return a.fileBytes > 0 && a.fileBytes == b.fileBytes && a.width == b.width &&
+         a.height == b.height && a.bitsPerPixel == b.bitsPerPixel && a.sampleBits == b.sampleBits &&
+         a.compression == b.compression && a.rowsPerStrip == b.rowsPerStrip &&
+         a.stripCount == b.stripCount && a.firstStripOffset == b.firstStripOffset &&
+         a.photometric == b.photometric && a.byteOrder == b.byteOrder &&
+         a.currentRow == b.currentRow;
+}
+
+// Whether four readers deliver the same rows and none of them has anything to say about it.
+bool canReadTogether(const CmykChannels& channels) {
+  const ImageReader* first = channels[0].reader;
+  if (!isOpen(first) || channels[0].world == nullptr) return false;
+  if (first->isBeyondFile || !isSupported(first->compression)) return false;
+  return std::all_of(channels.begin(), channels.end(), [first, &channels](const CmykChannel& one) {
+    uint32_t count = 0;
+    return isOpen(one.reader) && one.world != nullptr && readsLike(*first, *one.reader) &&
+           channelFits(one.reader, static_cast<size_t>(one.channel), one.world, &count) &&
+           rowsToRead(one.reader, one.world) == rowsToRead(first, channels[0].world);
+  });
 }
 
 using Buffers = std::array<ZKGWorld*, 3>;  // red, green, blue
@@ -177,79 +251,39 @@ bool isRgbCombination(const ImageReader* reader, const Buffers& buffers) {
   return reader->bitsPerPixel == 48 && (depth == 10 || depth == 12 || depth == 16);
 }
 
-void splitRow8(const uint8_t* src, uint32_t pixels, const Buffers& buffers, uint32_t row) {
-  for (size_t channel = 0; channel < buffers.size(); ++channel) {
-    const auto room = static_cast<uint32_t>(buffers[channel]->rowBytes);
-    const uint32_t count = std::min(pixels, room);
-    uint8_t* dst = rowOf(buffers[channel], row);
-    for (uint32_t i = 0; i < count; ++i) dst[i] = src[size_t{i} * 3 + channel];
-  }
-}
-
-// The two bytes of a sample in a deep buffer: its top bits in the low bits, the free bits set.
-uint16_t deepSample(uint16_t sample, unsigned depth) {
-  const unsigned free = ~((1U << depth) - 1) & 0xFFFFU;
-  return static_cast<uint16_t>(free | unsigned{sample} >> (16 - depth));
-}
-
-// One channel of a row of 16-bit pixels.
-class ChannelSamples {
- public:
-  ChannelSamples(const ImageReader* reader, size_t channel)
-      : bytes_(reader->row.get() + channel * 2), little_(reader->byteOrder == 'I') {}
-
-  uint16_t operator[](uint32_t pixel) const {
-    const uint8_t* sample = bytes_ + size_t{pixel} * 6;
-    const int high = little_ ? sample[1] : sample[0];
-    const int low = little_ ? sample[0] : sample[1];
-    return static_cast<uint16_t>(high << 8 | low);
-  }
-
- private:
-  const uint8_t* bytes_;
-  bool little_;
+// How the rows of an RGB image are taken apart.
+struct RgbSplit {
+  uint32_t pixels;  // that are read; as many as the red buffer takes
+  unsigned depth;
+  bool wide;          // two bytes for every sample
+  bool littleEndian;  // of 16-bit samples
 };
 
-// Two bytes for every sample.
-void storeWide(const ChannelSamples& samples, uint32_t pixels, uint8_t* dst, uint32_t room,
-               unsigned depth) {
-  const uint32_t count = std::min(pixels, room / 2);
-  for (uint32_t i = 0; i < count; ++i) {
-    const uint16_t sample = deepSample(samples[i], depth);
-    dst[2 * size_t{i}] = static_cast<uint8_t>(sample >> 8);
-    dst[2 * size_t{i} + 1] = static_cast<uint8_t>(sample);
-  }
-}
-
-// Whole groups of packed samples, the last one filled up with 0xFF bytes.
-void storePacked(const ChannelSamples& samples, uint32_t pixels, uint8_t* dst, uint32_t room,
-                 unsigned depth) {
-  const uint32_t perGroup = depth == 10 ? 4 : 2;
-  const uint32_t groupBytes = depth == 10 ? 5 : 3;
-  for (uint32_t first = 0; first < pixels && room > 0; first += perGroup) {
-    std::array<uint16_t, 4> group = {0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF};
-    for (uint32_t i = 0; i < perGroup && first + i < pixels; ++i) group[i] = samples[first + i];
-    std::array<uint8_t, 5> packed{};
-    SampleRows_PackGroup(group.data(), depth, packed.data());
-    const uint32_t part = std::min(groupBytes, room);
-    std::memcpy(dst, packed.data(), part);
-    dst += part;
-    room -= part;
-  }
-}
-
-void splitRow16(const ImageReader* reader, uint32_t pixels, const Buffers& buffers, uint32_t row,
-                bool deep) {
+RgbSplit makeRgbSplit(const ImageReader* reader, const Buffers& buffers, bool deep) {
+  const uint32_t pixelBytes = reader->bitsPerPixel == 48 ? 6 : 3;
+  const uint64_t room = uint64_t{static_cast<uint32_t>(buffers[0]->rowBytes)} * pixelBytes;
+  const auto bytes = static_cast<uint32_t>(std::min<uint64_t>(reader->bytesPerRow, room));
   const auto depth = static_cast<unsigned>(buffers[0]->depth);
-  for (size_t channel = 0; channel < buffers.size(); ++channel) {
-    const ChannelSamples samples(reader, channel);
-    uint8_t* dst = rowOf(buffers[channel], row);
-    const auto room = static_cast<uint32_t>(buffers[channel]->rowBytes);
-    if (deep || depth == 16) {
-      storeWide(samples, pixels, dst, room, depth);
-    } else {
-      storePacked(samples, pixels, dst, room, depth);
-    }
+  return {bytes / pixelBytes, depth, deep || depth == 16, reader->byteOrder == 'I'};
+}
+
+// Splits one row and leaves no byte of the buffers' rows as it was: what no pixel reaches is white.
+void splitRow(const uint8_t* src, const RgbSplit& split, const Buffers& buffers, uint32_t row) {
+  const uint32_t sampleBytes = split.depth == 8 ? 1 : split.wide ? 2 : 0;
+  const uint64_t used = uint64_t{split.pixels} * sampleBytes;
+  ChannelRowsRgb rows{};
+  for (size_t channel = 0; channel < rows.size(); ++channel) {
+    const auto count = static_cast<uint32_t>(buffers[channel]->rowBytes);
+    rows[channel] = {rowOf(buffers[channel], row), count};
+    const auto first = static_cast<size_t>(std::min<uint64_t>(used, count / 2 * 2));
+    std::memset(rows[channel].bytes + first, 0xFF, count - first);
+  }
+  if (split.depth == 8) {
+    ChannelRows_Split8(src, split.pixels, rows);
+  } else if (split.wide) {
+    ChannelRows_Split16Wide(src, split.pixels, split.littleEndian, split.depth, rows);
+  } else {
+    ChannelRows_Split16Packed(src, split.pixels, split.littleEndian, split.depth, rows);
   }
 }
 
@@ -262,22 +296,19 @@ int ZKTiff_ReadNextRasterBlock(ImageReader* reader, ZKGWorld* world, const uint8
       isOpen(reader) && countPerRow(reader->bitsPerPixel, reader->bytesPerRow, world, &count);
   if (fits && deliversNothing(reader)) return 0;
   const bool raw = table == rawSamplesMarker();
-  if (raw) {
-    ZKClearGWorldRGB(world);
-  } else {
-    ZKClearGWorld(world);
+  const auto clearFrom = raw ? ZKClearGWorldRGBFrom : ZKClearGWorldFrom;
+  const uint32_t rows = fits ? rowsToRead(reader, world) : 0;
+  if (rows > 0 && !isSupported(reader->compression)) {
+    clearFrom(world, 0);
+    reportCompression(reader);
+    throw kErrorCompression;
   }
-  if (!fits) return 0;
+  clearFrom(world, rows);
+  if (rows == 0) return 0;
   const SampleRule rule =
       makeRule(reader, table == nullptr ? tableForDepth(world->depth) : table, raw);
-  const uint32_t rows = rowsToRead(reader, world);
   for (uint32_t row = 0; row < rows; ++row) {
-    if (!isSupported(reader->compression)) {
-      reportCompression(reader);
-      throw kErrorCompression;
-    }
-    readRow(reader);
-    convertRow(reader->row.get(), count, reader->bitsPerPixel, world, row, rule);
+    convertRow(readRow(reader), count, reader->bitsPerPixel, world, row, rule);
     countRow(reader);
   }
   reader->currentRow += rows;
@@ -291,30 +322,57 @@ int ZKTiff_ReadNextRasterBlockCMYK(ImageReader* reader, ZKGWorld* world, const u
   uint32_t count = 0;
   const bool fits = isOpen(reader) && channelFits(reader, c, world, &count);
   if (fits && deliversNothing(reader)) return 0;
-  ZKClearGWorld(world);
-  if (!fits) return 0;
-
-  const uint32_t bits = reader->sampleBits[c];
-  if (table == nullptr || table == rawSamplesMarker()) table = tableForDepth(world->depth);
-  const SampleRule rule = makeRule(reader, table, false);
-  const uint32_t rows = rowsToRead(reader, world);
+  const uint32_t rows = fits ? rowsToRead(reader, world) : 0;
+  ZKClearGWorldFrom(world, rows);
+  if (rows == 0) return 0;
+  if (!isSupported(reader->compression)) {
+    ZKClearGWorld(world);
+    reportCompression(reader);
+    // Kept on purpose: a text and not a code, so nobody on the way to the host catches it.
+    throw "Internal Exception";
+  }
+  const CBytes samples = newChannelRow(reader, c);
+  const ChannelBlock block = {c, count, world, makeChannelRule(reader, world, table)};
   for (uint32_t row = 0; row < rows; ++row) {
-    if (!isSupported(reader->compression)) {
-      reportCompression(reader);
-      // Kept on purpose: a text and not a code, so nobody on the way to the host catches it.
-      throw "Internal Exception";
-    }
-    readRow(reader);
-    const CBytes samples = newZeroedBytes(reader->sampleRowBytes[c]);
-    if (samples == nullptr) {
-      reportError("ZKTiff_ReadNextRasterBlockCMYK: memory error", errno, kSourceName, __LINE__);
-      throw kErrorCompression;
-    }
-    extractChannel(reader, c, samples.get());
-    convertRow(samples.get(), count, bits, world, row, rule);
+    convertChannel(reader, readRow(reader), block, samples.get(), row);
     countRow(reader);
   }
   reader->currentRow += rows;
+  return static_cast<int>(rows);
+}
+
+int ZKTiff_ReadNextRasterBlocksCMYK(const CmykChannels& channels) {
+  if (!canReadTogether(channels)) {
+    int most = 0;
+    for (const CmykChannel& one : channels) {
+      most = std::max(
+          most, ZKTiff_ReadNextRasterBlockCMYK(one.reader, one.world, one.table, one.channel));
+    }
+    return most;
+  }
+  ImageReader* reader = channels[0].reader;
+  const uint32_t rows = rowsToRead(reader, channels[0].world);
+  if (rows == 0) {
+    for (const CmykChannel& one : channels) ZKClearGWorld(one.world);
+    return 0;
+  }
+  std::array<ChannelBlock, 4> blocks{};
+  for (size_t i = 0; i < blocks.size(); ++i) {
+    const CmykChannel& one = channels[i];
+    ZKClearGWorldFrom(one.world, rows);
+    blocks[i] = {static_cast<size_t>(one.channel), 0, one.world,
+                 makeChannelRule(reader, one.world, one.table)};
+    channelFits(reader, blocks[i].channel, one.world, &blocks[i].count);
+  }
+  const CBytes samples = newChannelRow(reader, 0);
+  for (uint32_t row = 0; row < rows; ++row) {
+    const uint8_t* src = readRow(reader);
+    for (const ChannelBlock& block : blocks) {
+      convertChannel(reader, src, block, samples.get(), row);
+    }
+    countRow(reader);
+  }
+  for (const CmykChannel& one : channels) one.reader->currentRow += rows;
   return static_cast<int>(rows);
 }
 
@@ -324,27 +382,20 @@ int ZKTiff_ReadNextRasterBlockRGB(ImageReader* reader, ZKGWorld* red, ZKGWorld* 
   if (red == nullptr || green == nullptr || blue == nullptr) return 0;
   const bool fits = isOpen(reader) && isRgbCombination(reader, buffers);
   if (fits && deliversNothing(reader)) return 0;
-  for (ZKGWorld* world : buffers) ZKClearGWorldRGB(world);
-  if (!fits) return 0;
-
-  const bool isDeepFile = reader->bitsPerPixel == 48;
-  const uint32_t pixelBytes = isDeepFile ? 6 : 3;
-  const uint64_t room = uint64_t{static_cast<uint32_t>(red->rowBytes)} * pixelBytes;
-  const auto bytes = static_cast<uint32_t>(std::min<uint64_t>(reader->bytesPerRow, room));
-  const uint32_t pixels = bytes / pixelBytes;
   const uint32_t rows =
-      std::min({rowsToRead(reader, red), rowsToRead(reader, green), rowsToRead(reader, blue)});
+      fits
+          ? std::min({rowsToRead(reader, red), rowsToRead(reader, green), rowsToRead(reader, blue)})
+          : 0;
+  for (ZKGWorld* world : buffers) ZKClearGWorldRGBFrom(world, rows);
+  if (rows == 0) return 0;
+  if (!isSupported(reader->compression)) {
+    for (ZKGWorld* world : buffers) ZKClearGWorldRGB(world);
+    reportCompression(reader);
+    throw kErrorRgbCompression;
+  }
+  const RgbSplit split = makeRgbSplit(reader, buffers, deep != 0);
   for (uint32_t row = 0; row < rows; ++row) {
-    if (!isSupported(reader->compression)) {
-      reportCompression(reader);
-      throw kErrorRgbCompression;
-    }
-    readRow(reader);
-    if (isDeepFile) {
-      splitRow16(reader, pixels, buffers, row, deep != 0);
-    } else {
-      splitRow8(reader->row.get(), pixels, buffers, row);
-    }
+    splitRow(readRow(reader), split, buffers, row);
     countRgbRow(reader);
   }
   reader->currentRow += rows;
@@ -352,31 +403,12 @@ int ZKTiff_ReadNextRasterBlockRGB(ImageReader* reader, ZKGWorld* red, ZKGWorld* 
 }
 
 void unpackbits(ImageReader* reader, uint8_t* dst, uint32_t count) {
-  uint32_t done = 0;
-  while (done < count) {
+  for (uint32_t done = 0; done < count;) {
     const FileBytes::View in = reader->file.peek();
     if (in.count == 0) return;
-    size_t used = 0;
-    while (done < count && used < in.count) {
-      const int state = reader->decoderState;
-      if (state < 0) {  // inside a literal run
-        const size_t run = std::min(
-            {static_cast<size_t>(-state), in.count - used, static_cast<size_t>(count - done)});
-        std::memcpy(dst + done, in.bytes + used, run);
-        used += run;
-        done += static_cast<uint32_t>(run);
-        reader->decoderState = static_cast<int16_t>(state + static_cast<int>(run));
-      } else if (state == 0) {  // a header byte; 128 means nothing
-        const int header = in.bytes[used++];
-        if (header < 128) reader->decoderState = static_cast<int16_t>(-(header + 1));
-        if (header > 128) reader->decoderState = static_cast<int16_t>(257 - header);
-      } else {  // the byte to repeat; copies that do not fit are dropped, on purpose
-        const auto run = std::min(static_cast<uint32_t>(state), count - done);
-        std::memset(dst + done, in.bytes[used++], run);
-        done += run;
-        reader->decoderState = 0;
-      }
-    }
-    reader->file.skip(used);
+    const RowUnpackerStep step =
+        RowUnpacker_Unpack(in.bytes, in.count, dst + done, count - done, &reader->decoderState);
+    reader->file.skip(step.used);
+    done += static_cast<uint32_t>(step.written);
   }
 }

@@ -74,6 +74,19 @@ uint64_t regularFileSize(std::FILE* file) {
   return status.st_size < 0 ? 0 : static_cast<uint64_t>(status.st_size);
 }
 
+bool fileStateOf(std::FILE* file, FileState* state) {
+  struct stat status = {};
+  if (fstat(fileno(file), &status) != 0 || !S_ISREG(status.st_mode)) return false;
+#ifdef __APPLE__
+  const timespec changed = status.st_mtimespec;
+#else
+  const timespec changed = status.st_mtim;
+#endif
+  *state = {static_cast<uint64_t>(status.st_dev), static_cast<uint64_t>(status.st_ino),
+            static_cast<uint64_t>(status.st_size), changed.tv_sec, changed.tv_nsec};
+  return true;
+}
+
 void onReadFailure(ReadFailure tell, void* context) {
   sReadFailure = tell;
   sReadFailureContext = context;

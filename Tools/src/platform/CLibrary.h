@@ -51,6 +51,16 @@ void forgetMemoryRefusals();
 /// The size of an open regular file; 0 for an empty one and for everything else.
 uint64_t regularFileSize(std::FILE* file);
 
+/// What tells that a regular file has not been written to since it was last looked at.
+struct FileState {
+  uint64_t device, number, bytes;
+  int64_t seconds, nanoseconds;  // of the last change
+
+  bool operator==(const FileState&) const = default;
+};
+/// False for what is no regular file: it may say something else each time it is read.
+bool fileStateOf(std::FILE* file, FileState* state);
+
 /// Plain fopen; null path or failure gives null.
 std::FILE* my_fopen(const char* path, const char* mode);
 /// The C library's access test and its result.
