@@ -12,7 +12,7 @@ trap 'rm -rf "$work"' EXIT
 write_job() {
   local config=$work/$1-pages.cfg
   sed -e "s|newsletter.odx|$1-pages.odx|" -e "s|\"page-|\"$example/page-|" \
-    -e "s|\"../../examples/newsletter/|\"$example/|" -e 's|^\(PixelDepth.\) = 2|\1 = 8|' \
+    -e "s|\"templates/|\"$example/templates/|" -e 's|^\(PixelDepth.\) = 2|\1 = 8|' \
     -e 's|^CompressionMode = .*|CompressionMode = 0|' "$example/newsletter.cfg" >"$config"
   for ((page = 2; page <= $1; ++page)); do
     printf '[Image]\n'
