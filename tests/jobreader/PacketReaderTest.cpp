@@ -566,6 +566,15 @@ TEST_F(PacketReaderTest, ATemplateWithoutRoomForAFullSizeStillSendsASmallOne) {
   EXPECT_TRUE(known(closed(kStart)).isClean());
 }
 
+TEST_F(PacketReaderTest, ATemplateWithRoomForOnButNotForOffSendsFullPacketsOnly) {
+  packing(Packing::kSplit, 10);
+  const std::string rest = "</continue>" + std::string(1000, 'x');
+  folder.write("SD.xml", "<continue>?" + rest);
+  const std::string full = "<continue>ON" + rest;
+  ASSERT_EQ(full.size(), 1023);  // the longest line
+  EXPECT_TRUE(known(closed(kStart + full + "0123456789")).isClean());
+}
+
 // Damage with templates ---------------------------------------------------------------------------
 
 TEST_F(PacketReaderTest, ADamagedByteIsReportedAndShiftsNothing) {

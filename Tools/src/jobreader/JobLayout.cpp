@@ -4,7 +4,6 @@
 #include <exception>
 #include <functional>
 #include <limits>
-#include <numeric>
 #include <optional>
 #include <utility>
 
@@ -41,18 +40,6 @@ std::vector<uint64_t> lengthsOf(const std::function<PacketText(uint32_t)>& packe
   return lengths;
 }
 
-// The end packet can say the job's size more than once, each time with what it counted until then.
-// One number may have a digit more than before and another one not yet, so every length from the
-// shortest to the longest is possible.
-std::vector<uint64_t> withAllBetween(const std::vector<uint64_t>& lengths) {
-  constexpr uint64_t kMost = 64;  // a template with more sizes than anybody writes
-  const uint64_t shortest = lengths.front();
-  if (lengths.back() - shortest > kMost) return lengths;
-  std::vector<uint64_t> all(lengths.back() - shortest + 1);
-  std::iota(all.begin(), all.end(), shortest);
-  return all;
-}
-
 class Solver {
  public:
   Solver(PacketTemplates& templates, const JobTemplates& job, const PacketText* full,
@@ -62,9 +49,11 @@ class Solver {
   std::vector<JobLayout> solve();
 
  private:
+  void findLastLengths();
   void trySplit(uint64_t body);
   void tryLast(uint64_t chunks, uint64_t body);
   void tryCandidate(uint64_t chunks, bool hasLast, uint64_t bytes);
+  void learnEnd(uint64_t length);
   [[nodiscard]] bool isPossible(uint64_t chunks, bool hasLast, uint64_t bytes) const;
   [[nodiscard]] std::optional<JobLayout> complete(uint64_t chunks, bool hasLast, uint64_t bytes);
   [[nodiscard]] uint64_t sizeOf(const JobLayout& layout) const;
@@ -75,15 +64,16 @@ class Solver {
   JobOpening opening_;
   uint64_t fileBytes_;
   std::vector<uint64_t> lastLengths_;
+  std::vector<uint64_t> ends_;  // lengths of the end packet
   std::vector<JobLayout> found_;
 };
 
 std::vector<JobLayout> Solver::solve() {
-  if (job_.packing != Packing::kBare)
-    lastLengths_ = lengthsOf([&](uint32_t size) { return templates_.sendData(size, false); });
-  const std::vector<uint64_t> ends =
-      lengthsOf([&](uint32_t size) { return templates_.endJob(size); });
-  for (const uint64_t end : withAllBetween(ends)) {
+  if (job_.packing != Packing::kBare) findLastLengths();
+  ends_ = lengthsOf([&](uint32_t size) { return templates_.endJob(size); });
+  // The list grows on the way.
+  for (size_t i = 0; i < ends_.size(); ++i) {  // NOLINT(modernize-loop-convert)
+    const uint64_t end = ends_[i];
     if (opening_.bytes + end > fileBytes_) continue;
     const uint64_t body = fileBytes_ - opening_.bytes - end;
     switch (job_.packing) {
@@ -101,6 +91,15 @@ std::vector<JobLayout> Solver::solve() {
   return std::move(found_);
 }
 
+void Solver::findLastLengths() {
+  try {
+    lastLengths_ = lengthsOf([&](uint32_t size) { return templates_.sendData(size, false); });
+  } catch (const TemplateError&) {
+    // A line may have room for "ON" and none for "OFF": such a job has full packets only.
+    if (full_ == nullptr) throw;
+  }
+}
+
 void Solver::trySplit(uint64_t body) {
   if (full_ == nullptr) return tryLast(0, body);
   const uint64_t chunk = full_->bytes.size() + job_.chunkBytes;
@@ -109,7 +108,7 @@ void Solver::trySplit(uint64_t body) {
   // fewer data. It comes first, as it is the longer of two texts that the file then fits.
   for (const uint64_t fewer : {uint64_t{0}, uint64_t{1}})
     if (most >= fewer) tryLast(most - fewer, body - (most - fewer) * chunk);
-  if (body % chunk == 0) tryCandidate(most, false, 0);
+  tryCandidate(most, false, 0);
 }
 
 void Solver::tryLast(uint64_t chunks, uint64_t body) {
@@ -123,6 +122,7 @@ void Solver::tryCandidate(uint64_t chunks, bool hasLast, uint64_t bytes) {
   for (int i = 0; i <= kCorrections && isPossible(chunks, hasLast, bytes); ++i) {
     const std::optional<JobLayout> layout = complete(chunks, hasLast, bytes);
     if (!layout) return;
+    learnEnd(layout->end.bytes.size());
     const uint64_t size = sizeOf(*layout);
     if (size == fileBytes_) {
       found_.push_back(*layout);
@@ -131,6 +131,15 @@ void Solver::tryCandidate(uint64_t chunks, bool hasLast, uint64_t bytes) {
     // Wraps when that would be less than no data; the next round then refuses it.
     bytes += fileBytes_ - size;
   }
+}
+
+// The end packet can say the job's size more than once, each time with what it counted until then.
+// One number may have a digit more than before and another one not yet: such lengths show only when
+// a layout that is nearly right is tried.
+void Solver::learnEnd(uint64_t length) {
+  constexpr size_t kMost = 256;
+  if (ends_.size() >= kMost || std::find(ends_.begin(), ends_.end(), length) != ends_.end()) return;
+  ends_.push_back(length);
 }
 
 bool Solver::isPossible(uint64_t chunks, bool hasLast, uint64_t bytes) const {
