@@ -288,6 +288,18 @@ TEST_F(CommandFaultsTest, APartialOutputThatIsKeptIsNamed) {
   }
 }
 
+TEST_F(CommandFaultsTest, CheckBlamesNoFileForWantOfMemory) {
+  const Command command = {{"check", config("two tables and three pages, split 100")}, ""};
+  const int files = run(command, "open 0").calls;
+  for (int n = 1; n <= files; ++n) {
+    SCOPED_TRACE(n);
+    const ProgramResult result = run(command, "open " + std::to_string(n) + " nomem").result;
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_EQ(result.err, "odaxgen: out of memory\n");
+    EXPECT_THAT(result.out, Not(HasSubstr("cannot be opened")));
+  }
+}
+
 TEST_F(CommandFaultsTest, TheOtherSubcommands) {
   const std::string config = this->config("two tables and three pages, split 100");
   ASSERT_EQ(run({{"run", "-q", config}, ""}, "none 0").result.exitCode, 0);

@@ -1,9 +1,10 @@
 // FaultyCalls - a library to preload into the command: it counts the calls of one kind that the
 // program makes of the C library, and makes one of them, or that one and all later ones, fail.
 //
-// ODAXGEN_FAULT is "KIND N once", "KIND N on" (and from then on) or "KIND N short" (less than was
-// asked for is read or written, without an error); ODAXGEN_FAULT_LOG names a file that gets a line
-// for each fault that struck, and in the end how many calls there were.
+// ODAXGEN_FAULT is "KIND N once", "KIND N on" (and from then on), "KIND N nomem" (for want of
+// memory) or "KIND N short" (less than was asked for is read or written, without an error);
+// ODAXGEN_FAULT_LOG names a file that gets a line for each fault that struck, and in the end how
+// many calls there were.
 //
 // Knows nothing of the program. It allocates nothing itself, and every call that it does not count
 // goes straight through. Calls of the C library to itself are not seen: full disks and descriptors
@@ -34,6 +35,7 @@ struct Plan {
   long strikeAt = 0;  // 0: never
   bool goesOn = false;
   bool isShort = false;
+  bool isForMemory = false;
   bool isArmed = false;
   long calls = 0;
   int log = -1;
@@ -70,7 +72,7 @@ bool strikes(const char* kind, const char* call) {
 
 bool fails(const char* kind, const char* call, int error) {
   if (!strikes(kind, call)) return false;
-  errno = error;
+  errno = plan.isForMemory ? ENOMEM : error;
   return true;
 }
 
@@ -81,6 +83,7 @@ void readPlan() {
   if (std::sscanf(wanted, "%31s %ld %15s", plan.kind, &plan.strikeAt, how) < 2) return;
   plan.goesOn = std::strcmp(how, "on") == 0;
   plan.isShort = std::strcmp(how, "short") == 0;
+  plan.isForMemory = std::strcmp(how, "nomem") == 0;
   const char* const log = std::getenv("ODAXGEN_FAULT_LOG");
   static auto* const real = next<int(const char*, int, ...)>("open");
   if (log != nullptr) plan.log = real(log, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);

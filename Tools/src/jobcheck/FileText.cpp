@@ -73,10 +73,15 @@ FileKind kindOf(const std::string& path) {
   return S_ISDIR(status.st_mode) ? FileKind::kFolder : FileKind::kSpecial;
 }
 
+bool cannotOpen() {
+  if (errno == ENOMEM) throw std::bad_alloc();
+  return false;
+}
+
 bool FileText::read(const std::string& path) {
   content_.clear();
   const CFile file(my_fopen(path.c_str(), "rb"));
-  if (file == nullptr) return false;
+  if (file == nullptr) return cannotOpen();
   std::array<char, 65536> piece{};
   while (content_.size() < kMostBytes) {
     const size_t got = std::fread(piece.data(), 1, piece.size(), file.get());

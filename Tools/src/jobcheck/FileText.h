@@ -22,6 +22,11 @@ enum class FileKind { kRegular, kFolder, kSpecial, kMissing };
 /// What stands behind a path; kMissing also when it cannot be reached.
 FileKind kindOf(const std::string& path);
 
+/// Says that a file could not be opened, for which errno has the reason.
+/// @return false
+/// @throws std::bad_alloc when memory was all that lacked: that says nothing of the file
+bool cannotOpen();
+
 class FileText {
  public:
   /// Reads a whole file, at most kMostBytes of it: a device may never end. A folder is an empty

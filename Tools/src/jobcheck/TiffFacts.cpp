@@ -69,7 +69,7 @@ class Directories {
   explicit Directories(TiffFacts& facts) : facts_(facts) {}
 
   bool open(const std::string& path) {
-    if (!file_.open(path.c_str())) return false;  // the path outlives this
+    if (!file_.open(path.c_str())) return cannotOpen();  // the path outlives this
     facts_.fileBytes = file_.size();
     return true;
   }
