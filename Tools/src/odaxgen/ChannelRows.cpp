@@ -33,34 +33,46 @@ void storeDeep(uint8_t* dst, const uint8_t* sample, bool littleEndian, unsigned 
   words::store(dst, words::swapped(deepSample(sampleAt(sample, littleEndian), depth)));
 }
 
-// White paper: whole pixels of all ones, which stay so at every depth.
-bool isWhite(const uint8_t* src, size_t bytes) {
-  uint64_t all = ~uint64_t{0};
-  for (size_t at = 0; at < bytes; at += words::kBytes) all &= words::load(src + at);
-  return all == ~uint64_t{0};
+constexpr uint32_t kBlockPixels = 32;
+
+// Whether the pixels of a block are all the same, as paper and full tints are: no byte differs from
+// the same one of the next pixel.
+template <size_t kPixelBytes>
+bool isFlat(const uint8_t* src) {
+  return std::memcmp(src, src + kPixelBytes, (kBlockPixels - 1) * kPixelBytes) == 0;
 }
 
-constexpr uint32_t kBlockPixels = 16;
+// The sample of the first pixel for a whole block.
+template <class Sample>
+void fillBlock(uint8_t* dst, Sample sample) {
+  constexpr uint64_t kEverySample = ~uint64_t{0} / static_cast<Sample>(~Sample{0});
+  for (size_t at = 0; at < kBlockPixels * sizeof(Sample); at += words::kBytes) {
+    words::store(dst + at, sample * kEverySample);
+  }
+}
 
 template <bool kLittleEndian>
 void splitDeep(const uint8_t* src, uint32_t pixels, unsigned depth, const ChannelRowsRgb& out) {
   uint8_t* const red = out[0].bytes;
   uint8_t* const green = out[1].bytes;
   uint8_t* const blue = out[2].bytes;
+  const auto stored = [depth](const uint8_t* sample) {
+    return words::swapped(deepSample(sampleAt(sample, kLittleEndian), depth));
+  };
   for (uint32_t first = 0; first < pixels; first += kBlockPixels) {
     const uint32_t count = std::min(kBlockPixels, pixels - first);
-    const uint8_t* block = src + size_t{first} * kDeepPixelBytes;
-    if (count == kBlockPixels && isWhite(block, kBlockPixels * kDeepPixelBytes)) {
-      for (const ChannelRow& row : out) {
-        std::memset(row.bytes + size_t{first} * 2, 0xFF, size_t{kBlockPixels} * 2);
-      }
+    const uint8_t* pixel = src + size_t{first} * kDeepPixelBytes;
+    size_t at = size_t{first} * 2;
+    if (count == kBlockPixels && isFlat<kDeepPixelBytes>(pixel)) {
+      fillBlock(red + at, stored(pixel));
+      fillBlock(green + at, stored(pixel + 2));
+      fillBlock(blue + at, stored(pixel + 4));
       continue;
     }
-    for (uint32_t i = 0; i < count; ++i, block += kDeepPixelBytes) {
-      const size_t at = (size_t{first} + i) * 2;
-      storeDeep(red + at, block, kLittleEndian, depth);
-      storeDeep(green + at, block + 2, kLittleEndian, depth);
-      storeDeep(blue + at, block + 4, kLittleEndian, depth);
+    for (uint32_t i = 0; i < count; ++i, at += 2, pixel += kDeepPixelBytes) {
+      words::store(red + at, stored(pixel));
+      words::store(green + at, stored(pixel + 2));
+      words::store(blue + at, stored(pixel + 4));
     }
   }
 }
@@ -98,8 +110,10 @@ void ChannelRows_Split8(const uint8_t* src, uint32_t pixels, const ChannelRowsRg
   for (uint32_t first = 0; first < common; first += kBlockPixels) {
     const uint32_t count = std::min(kBlockPixels, common - first);
     const uint8_t* block = src + size_t{first} * kChannels;
-    if (count == kBlockPixels && isWhite(block, kBlockPixels * kChannels)) {
-      for (const ChannelRow& row : out) std::memset(row.bytes + first, 0xFF, kBlockPixels);
+    if (count == kBlockPixels && isFlat<kChannels>(block)) {
+      fillBlock(red + first, block[0]);
+      fillBlock(green + first, block[1]);
+      fillBlock(blue + first, block[2]);
       continue;
     }
     for (uint32_t i = 0; i < count; ++i) {

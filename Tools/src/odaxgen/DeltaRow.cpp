@@ -3,74 +3,80 @@
 #include <algorithm>
 #include <cstring>
 
-#include "Words.h"
+#include "EqualBytes.h"
+#include "ShortRuns.h"
 
 namespace {
 
-constexpr int kMaxReplacements = 8;  // bytes of one command: three bits hold the count minus 1
-constexpr int kLongOffset = 31;      // five bits; this value says that extension bytes follow
-constexpr int kFullExtension = 255;  // says that another extension byte follows
+constexpr unsigned kMaxReplacements = 8;  // bytes of one command: three bits hold the count minus 1
+constexpr int kLongOffset = 31;           // five bits; this value says that extension bytes follow
+constexpr int kFullExtension = 255;       // says that another extension byte follows
 
-// Appends to a buffer with a limit; remembers when it was too small.
-class Output {
+// Writes the commands of a row into a buffer with a limit; remembers when that was too small.
+class Commands {
  public:
-  Output(uint8_t* out, int limit) : out_(out), limit_(limit) {}
+  Commands(const uint8_t* row, uint8_t* out, int limit) : row_(row), out_(out), limit_(limit) {}
 
-  void put(int byte) {
+  /// Replaces the bytes [begin, end) of the row. False when there is no room.
+  bool replace(int begin, int end) {
+    int offset = begin - replaced_;
+    replaced_ = end;
+    for (; begin < end && used_ <= limit_; offset = 0) {
+      const unsigned count = std::min(static_cast<unsigned>(end - begin), kMaxReplacements);
+      put(offset, row_ + begin, count);
+      begin += static_cast<int>(count);
+    }
+    return used_ <= limit_;
+  }
+
+  /// Bytes written, or -1.
+  [[nodiscard]] int used() const { return used_ <= limit_ ? used_ : -1; }
+
+ private:
+  void put(int offset, const uint8_t* bytes, unsigned count) {
+    putByte(static_cast<int>(count - 1) << 5 | std::min(offset, kLongOffset));
+    if (offset >= kLongOffset) {
+      int rest = offset - kLongOffset;
+      for (; rest >= kFullExtension; rest -= kFullExtension) putByte(kFullExtension);
+      putByte(rest);
+    }
+    const int end = used_ + static_cast<int>(count);
+    if (end <= limit_) runs::copy(out_ + used_, bytes, count);
+    used_ = end;
+  }
+  void putByte(int byte) {
     if (used_ < limit_) out_[used_] = static_cast<uint8_t>(byte);
     ++used_;
   }
-  void put(const uint8_t* bytes, int count) {
-    if (used_ + count <= limit_) std::memcpy(out_ + used_, bytes, static_cast<size_t>(count));
-    used_ += count;
-  }
-  [[nodiscard]] bool isTooLong() const { return used_ > limit_; }
-  [[nodiscard]] int used() const { return used_; }
 
- private:
+  const uint8_t* row_;
   uint8_t* out_;
   int limit_;
   int used_ = 0;
+  int replaced_ = 0;  // the byte behind the last replacement
 };
 
-void putCommand(Output& out, int offset, const uint8_t* bytes, int count) {
-  out.put((count - 1) << 5 | std::min(offset, kLongOffset));
-  if (offset >= kLongOffset) {
-    int rest = offset - kLongOffset;
-    for (; rest >= kFullExtension; rest -= kFullExtension) out.put(kFullExtension);
-    out.put(rest);
+// The same as EqualBytes with a row of zeros, which nobody has.
+template <class Visit>
+void forEachByteRun(const uint8_t* row, int len, Visit visit) {
+  for (int begin = 0; begin < len;) {
+    int end = begin;
+    while (end < len && row[end] != 0) ++end;
+    if (end > begin && !visit(begin, end)) return;
+    begin = end + 1;
   }
-  out.put(bytes, count);
-}
-
-// The first byte from `at` on that differs from the seed, or equals it; a null seed is a row of 0.
-int firstDifferent(const uint8_t* row, const uint8_t* seed, int at, int len) {
-  if (seed != nullptr) return at + words::countEqual(row + at, seed + at, len - at);
-  while (at < len && row[at] == 0) ++at;
-  return at;
-}
-int firstEqual(const uint8_t* row, const uint8_t* seed, int at, int len) {
-  if (seed != nullptr) return at + words::countDifferent(row + at, seed + at, len - at);
-  while (at < len && row[at] != 0) ++at;
-  return at;
 }
 
 }  // namespace
 
 int DeltaRow_Encode(const uint8_t* row, const uint8_t* seed, int len, uint8_t* out, int limit) {
-  Output output(out, limit);
-  int replaced = 0;  // the byte behind the last replacement
-  while (!output.isTooLong()) {
-    int at = firstDifferent(row, seed, replaced, len);
-    if (at >= len) break;
-    const int end = firstEqual(row, seed, at, len);
-    int offset = at - replaced;
-    for (; at < end && !output.isTooLong(); offset = 0) {
-      const int count = std::min(end - at, kMaxReplacements);
-      putCommand(output, offset, row + at, count);
-      at += count;
-    }
-    replaced = at;
+  if (limit < 0) return -1;
+  Commands commands(row, out, limit);
+  const auto replace = [&commands](int begin, int end) { return commands.replace(begin, end); };
+  if (seed == nullptr) {
+    forEachByteRun(row, len, replace);
+  } else {
+    EqualBytes(row, seed, len).forEachDifference(replace);
   }
-  return output.isTooLong() ? -1 : output.used();
+  return commands.used();
 }

@@ -21,12 +21,16 @@ static CBytes sCodeData, sCodeDataHigher, sCodeDataLower;
 static int64_t sCodeDataWritable;   // the part of the memory that rows can reach
 static CBytes sRowCopy, sSeedCopy;  // rows that begin in a pixel block and end behind it
 
-// The two halves of a row of 16-bit samples.
+// The high and the low bytes of a row of 16-bit samples.
 struct HalfRows {
   CBytes high, low;
   size_t room = 0;  // bytes of each
 };
-static HalfRows sHalves, sSeedHalves;  // of the row that is sent, and of the one above
+// Of each plane, of the row that is sent and of the one above.
+struct PlaneHalves {
+  HalfRows row, previous;
+};
+static std::array<PlaneHalves, kMaxPlanes> sHalves;
 
 namespace {
 
@@ -255,35 +259,32 @@ void sendHxrcRow(const PlaneRow& at) {
   rememberLength(at, length);
 }
 
-// The high and the low bytes of a row of 16-bit samples, in memory that stays for the next row.
-const HalfRows& splitRow(HalfRows* halves, const uint8_t* row, int width, int code) {
-  const auto count = static_cast<size_t>(std::max(width, 0));
+// Takes the halves of a row into memory that stays for later rows.
+void splitRow(HalfRows* halves, const uint8_t* row, size_t count) {
   if (halves->high == nullptr || halves->room < count) {
-    halves->high = newRowBytes(count, code, __LINE__);
-    halves->low = newRowBytes(count, code, __LINE__);
+    halves->high = newRowBytes(count, -75, __LINE__);
+    halves->low = newRowBytes(count, -75, __LINE__);
     halves->room = count;
   }
   ChannelRows_SplitHalves(row, count, halves->high.get(), halves->low.get());
-  return *halves;
 }
 
 void sendHxrcHalves(const PlaneRow& at) {
   const int width = widthOf(at.plane);
   const uint8_t* bytes = rowBytesOf(at.plane, at.row, 2 * width, &sRowCopy);
-  const HalfRows& row = splitRow(&sHalves, bytes, width, -75);
-  const uint8_t* previousHigh = nullptr;
-  const uint8_t* previousLow = nullptr;
-  if (at.row > 0 && !sSeedRowUnkown) {
-    bytes = rowBytesOf(at.plane, at.row - 1, 2 * width, &sSeedCopy);
-    const HalfRows& previous = splitRow(&sSeedHalves, bytes, width, -78);
-    previousHigh = previous.high.get();
-    previousLow = previous.low.get();
-  }
-  const int high =
-      compressRow(mCodeDataHigherP, previousHigh, row.high.get(), width, kHalfRowErrors);
-  const int low = compressRow(mCodeDataLowerP, previousLow, row.low.get(), width, kHalfRowErrors);
-  sendRowData(mCodeDataHigherP, high, 'V');
-  sendRowData(mCodeDataLowerP, low, at.letter());
+  PlaneHalves& halves = sHalves.at(static_cast<size_t>(at.number) - 1);
+  // A row that the printer knows has gone through here, so its halves are the last ones.
+  std::swap(halves.row, halves.previous);
+  splitRow(&halves.row, bytes, static_cast<size_t>(std::max(width, 0)));
+  const bool knowsSeed = at.row > 0 && !sSeedRowUnkown;
+  const uint8_t* high = knowsSeed ? halves.previous.high.get() : nullptr;
+  const uint8_t* low = knowsSeed ? halves.previous.low.get() : nullptr;
+  const int highBytes =
+      compressRow(mCodeDataHigherP, high, halves.row.high.get(), width, kHalfRowErrors);
+  const int lowBytes =
+      compressRow(mCodeDataLowerP, low, halves.row.low.get(), width, kHalfRowErrors);
+  sendRowData(mCodeDataHigherP, highBytes, 'V');
+  sendRowData(mCodeDataLowerP, lowBytes, at.letter());
   rememberLength(at, rowLength(at.plane));
 }
 
@@ -408,8 +409,7 @@ void HXRaster_FreeWorkingMemory(int mode) {
   sCodeData.reset();
   sCodeDataHigher.reset();
   sCodeDataLower.reset();
-  sHalves = {};
-  sSeedHalves = {};
+  for (PlaneHalves& halves : sHalves) halves = {};
 }
 
 void HXRaster_SendBand(HXRasterPlane* list, int rows, int mode) {

@@ -1,11 +1,10 @@
 #include "RowPacker.h"
 
 #include <algorithm>
-#include <bit>
 
 #include "CLibrary.h"
+#include "EqualBytes.h"
 #include "ShortRuns.h"
-#include "Words.h"
 #include "zksafe.h"
 
 namespace {
@@ -63,62 +62,6 @@ constexpr Labels kAtDifference = {"7", "8", nullptr};
 constexpr Labels kAtLimit = {"1", "2", "3"};
 constexpr Labels kAtEnd = {"4", "5", "5"};  // "5" twice, kept on purpose
 
-// Knows where bytes of a row equal the next one, as bits for 64 bytes at a time, so that a search
-// steps from run to run instead of from byte to byte.
-class EqualNext {
- public:
-  EqualNext(const uint8_t* row, int len) : row_(row), len_(len) {}
-
-  /// The first of three equal bytes, from `from` on and all of them before `end`; `end` without.
-  int firstOfThree(int from, int end) {
-    for (; from < end; from = first_ + kBits) {
-      show(from);
-      const uint64_t threes = equal_ & (equal_ >> 1 | uint64_t{isNextEqual(first_ + kBits)} << 63);
-      const uint64_t left = threes >> (from - first_);
-      if (left == 0) continue;
-      const int found = from + std::countr_zero(left);
-      return found + kMinRun <= end ? found : end;
-    }
-    return end;
-  }
-
-  /// The position behind the bytes from `from` on that are equal, at most `end`.
-  int behindRun(int from, int end) {
-    for (; from < end; from = first_ + kBits) {
-      show(from);
-      const uint64_t different = ~equal_ >> (from - first_);
-      if (different != 0) return std::min(from + std::countr_zero(different) + 1, end);
-    }
-    return end;
-  }
-
- private:
-  static constexpr int kBits = 64;
-
-  [[nodiscard]] bool isNextEqual(int at) const { return at + 1 < len_ && row_[at] == row_[at + 1]; }
-
-  void show(int at) {
-    const int first = at - at % kBits;
-    if (first == first_) return;
-    first_ = first;
-    equal_ = 0;
-    if (first + kBits < len_) {
-      for (int i = 0; i < kBits; i += words::kBytes) {
-        const uint8_t* bytes = row_ + first + i;
-        const uint64_t differences = words::load(bytes) ^ words::load(bytes + 1);
-        equal_ |= uint64_t{words::topBits(words::zeroBytes(differences))} << i;
-      }
-      return;
-    }
-    for (int i = 0; i < kBits; ++i) equal_ |= uint64_t{isNextEqual(first + i)} << i;
-  }
-
-  const uint8_t* row_;
-  int len_;
-  int first_ = -1;      // the position that the lowest bit stands for
-  uint64_t equal_ = 0;  // a bit is set when its byte equals the next one of the row
-};
-
 // Emits the segment [start, end): a literal and the run that ends it, or a literal alone when `run`
 // is the end.
 void emitSegment(Packer& out, int start, int run, int end, const Labels& labels) {
@@ -139,11 +82,14 @@ void emitSegment(Packer& out, int start, int run, int end, const Labels& labels)
 // run that crosses the limit is cut there, and its rest needs three equal bytes again.
 int RowPacker_Pack(const uint8_t* src, int len, uint8_t* dst, int64_t capacity) {
   Packer out(src, dst, capacity);
-  EqualNext bytes(src, len);
+  EqualBytes next(src, src + 1, len - 1);  // where a byte equals the next one
   for (int start = 0; start < len;) {
     const int limit = len - start < kMaxSegment ? len : start + kMaxSegment;
-    const int run = bytes.firstOfThree(start, limit);
-    const int end = run < limit ? bytes.behindRun(run, limit) : limit;
+    // Two bytes that equal their next ones make three.
+    const int last = limit - kMinRun + 1;
+    const int found = next.firstTwoEqual(start, last);
+    const int run = found < last ? found : limit;
+    const int end = run < limit ? next.firstDifferent(run, limit - 1) + 1 : limit;
     const bool isFull = end - start == kMaxSegment;
     emitSegment(out, start, run, end, end < limit ? kAtDifference : isFull ? kAtLimit : kAtEnd);
     start = end;

@@ -71,15 +71,4 @@ inline int countEqual(const uint8_t* a, const uint8_t* b, int count) {
   return at;
 }
 
-/// How many of the first `count` bytes differ one by one.
-inline int countDifferent(const uint8_t* a, const uint8_t* b, int count) {
-  int at = 0;
-  for (; at + kBytes <= count; at += kBytes) {
-    const uint64_t equal = zeroBytes(load(a + at) ^ load(b + at));
-    if (equal != 0) return at + firstSet(equal);
-  }
-  while (at < count && a[at] != b[at]) ++at;
-  return at;
-}
-
 }  // namespace words

@@ -1,7 +1,9 @@
 #include "hxrc.h"
 
 #include <algorithm>
+#include <bit>
 
+#include "ByteMasks.h"
 #include "Words.h"
 
 namespace {
@@ -42,126 +44,195 @@ constexpr std::array<Code, kLongRunUnit> makeRunCodes(HxrcPrefix kind) {
   return codes;
 }
 
-// The difference 0 has no code: such a byte equals its left one.
-constexpr std::array<Code, 256> makeDifferenceCodes() {
-  std::array<Code, 256> codes{};
-  for (size_t difference = 1; difference < codes.size(); ++difference) {
+// What one byte by itself is coded as, by its difference from the left one and, in the upper half
+// of the table, when it equals the one above. The difference 0 is a run of one.
+constexpr size_t kIsAbove = 256;
+
+constexpr std::array<Code, 2 * kIsAbove> makeSingleCodes() {
+  std::array<Code, 2 * kIsAbove> codes{};
+  codes[0] = runCode(kHxrcLeft, 1);
+  for (size_t difference = 1; difference < kIsAbove; ++difference) {
     const uint8_t category = diff_bits[difference];
     codes[difference] = joined(prefixOf(kHxrcDifference), huff3[category - 1U]);
     if (category < 8) {
       codes[difference] = joined(codes[difference], {diff_data[difference], category});
     }
   }
+  for (size_t i = kIsAbove; i < codes.size(); ++i) codes[i] = runCode(kHxrcAbove, 1);
   return codes;
 }
 
 // One look-up and one write for a whole run or difference instead of three of each.
-constexpr auto kAboveCodes = makeRunCodes(kHxrcAbove);
-constexpr auto kLeftCodes = makeRunCodes(kHxrcLeft);
-constexpr auto kLongRunCodes = makeRunCodes(kHxrcLongRun);
-constexpr auto kDifferenceCodes = makeDifferenceCodes();
+using RunCodes = std::array<Code, kLongRunUnit>;
+constexpr RunCodes kAboveCodes = makeRunCodes(kHxrcAbove);
+constexpr RunCodes kLeftCodes = makeRunCodes(kHxrcLeft);
+constexpr RunCodes kLongRunCodes = makeRunCodes(kHxrcLongRun);
+constexpr auto kSingleCodes = makeSingleCodes();
 
-// Writes bits, most significant first, four bytes at a time. A code has at most 17 bits and fewer
-// than 32 are pending, so the accumulator never overflows; nothing is written before it is full, so
-// no byte behind the code is touched.
+// Writes bits, most significant first. Fewer than 8 bits are pending between two calls.
 class BitWriter {
  public:
   explicit BitWriter(uint8_t* out) : begin_(out), out_(out) {}
 
+  /// Touches no byte behind the code.
   void put(Code code) {
-    accumulator_ = accumulator_ << code.length | code.value;
-    pending_ += code.length;
-    if (pending_ < 32) return;
-    pending_ -= 32;
-    putBytes(static_cast<uint32_t>(accumulator_ >> pending_), 4);
+    add(code);
+    while (pending_ >= 8) {
+      pending_ -= 8;
+      *out_++ = static_cast<uint8_t>(accumulator_ >> pending_);
+    }
+  }
+
+  // The same where there is room for eight bytes: no loop and no branch, so that nothing depends on
+  // the lengths of codes, which nobody can foresee. The lower bits of a code end up in `pending_`.
+  void putQuickly(Code code) {
+    add(code);
+    flushQuickly();
+  }
+  /// Two codes of at most 13 bits.
+  void putQuickly(Code first, Code second) {
+    add(first);
+    add(second);
+    flushQuickly();
   }
 
   /// Pads the last byte with zero bits. @return bytes written in all
   uint32_t finish() {
-    const unsigned bytes = (pending_ + 7) / 8;
-    putBytes(static_cast<uint32_t>(accumulator_ << (32 - pending_)), bytes);
+    if (pending_ > 0) put({0, static_cast<uint16_t>(8 - pending_)});
     return static_cast<uint32_t>(out_ - begin_);
   }
 
  private:
-  // The first `count` bytes of a number, the highest first.
-  void putBytes(uint32_t number, unsigned count) {
-    for (unsigned i = 0; i < count; ++i) out_[i] = static_cast<uint8_t>(number >> (24 - 8 * i));
-    out_ += count;
+  void add(Code code) {
+    accumulator_ = accumulator_ << code.length | code.value;
+    pending_ += code.length;
+  }
+  void flushQuickly() {
+    words::store(out_, words::swapped(accumulator_ << (64 - pending_)));
+    out_ += pending_ / 8;
+    pending_ %= 8;
   }
 
   uint8_t* begin_;
   uint8_t* out_;
-  uint64_t accumulator_ = 0;
+  uint64_t accumulator_ = 0;  // the pending bits are the lowest; what is above them is done with
   unsigned pending_ = 0;
 };
 
-inline void putRun(BitWriter& out, const std::array<Code, kLongRunUnit>& codes, int count) {
+// Runs of 128 and more take two codes.
+template <class Put>
+void putRun(const RunCodes& codes, int count, Put put) {
   if (count >= kLongRunUnit) {
-    out.put(kLongRunCodes[static_cast<size_t>(count / kLongRunUnit)]);
+    put(kLongRunCodes[static_cast<size_t>(count / kLongRunUnit)]);
     count %= kLongRunUnit;
   }
-  out.put(codes[static_cast<size_t>(count)]);
+  put(codes[static_cast<size_t>(count)]);
 }
 
-void putDifference(BitWriter& out, uint8_t byte, uint8_t left) {
-  out.put(kDifferenceCodes[static_cast<uint8_t>(byte - left)]);
-}
+// Codes one row, from its second byte on. "Above" wins when a byte equals both the one above and
+// the left one.
+class RowCoder {
+ public:
+  /// @param previous  null: no byte equals the one above
+  RowCoder(BitWriter& out, const uint8_t* previous, const uint8_t* row, int length)
+      : out_(out), previous_(previous), row_(row), length_(length) {}
 
-// How many of the `count` bytes behind two equal ones are equal too, with them, as far as one run
-// can tell.
-int runLength(const uint8_t* a, const uint8_t* b, int count) {
-  return 1 + words::countEqual(a + 1, b + 1, std::min(count, kHxrcMaxRun) - 1);
-}
-
-void compressAlone(BitWriter& out, const uint8_t* row, int length) {
-  // The first byte is coded by itself, as one that has 0 to its left.
-  if (row[0] != 0) {
-    putDifference(out, row[0], 0);
-  } else {
-    putRun(out, kLeftCodes, 1);
+  void code(int from) {
+    int at = from;
+    while (length_ - at >= kBlock + kTail) at = codeBlock(at);
+    while (at < length_) at = codeStep(at);
   }
-  for (int i = 1; i < length;) {
-    if (row[i] == row[i - 1]) {
-      const int run = runLength(row + i, row + i - 1, length - i);
-      putRun(out, kLeftCodes, run);
-      i += run;
+
+ private:
+  static constexpr int kBlock = masks::kBytes;
+  // So many bytes have room for eight bytes of code, at 13 bits each in the worst case.
+  static constexpr int kTail = 8;
+
+  [[nodiscard]] bool isAbove(int at) const {
+    return previous_ != nullptr && row_[at] == previous_[at];
+  }
+  [[nodiscard]] bool isLeft(int at) const { return row_[at] == row_[at - 1]; }
+
+  // How many bytes from `at` on, where `known` of them are, equal those of the other row, as far as
+  // one run can tell.
+  int runLength(const uint8_t* other, int at, int known) const {
+    const int most = std::min(length_ - at, kHxrcMaxRun);
+    return known + words::countEqual(row_ + at + known, other + at + known, most - known);
+  }
+
+  // Byte by byte: what codeBlock() does for 64 at a time. Returns where it goes on.
+  int codeStep(int at) {
+    const auto put = [this](Code code) { out_.put(code); };
+    int run = 1;
+    if (isAbove(at)) {
+      run = runLength(previous_, at, 1);
+      putRun(kAboveCodes, run, put);
+    } else if (isLeft(at)) {
+      run = runLength(row_ - 1, at, 1);
+      putRun(kLeftCodes, run, put);
     } else {
-      putDifference(out, row[i], row[i - 1]);
-      ++i;
+      put(kSingleCodes[static_cast<uint8_t>(row_[at] - row_[at - 1])]);
     }
+    return at + run;
   }
-}
 
-// The first byte when it does not equal the one above. @return bytes coded
-int compressFirst(BitWriter& out, const uint8_t* row, int length) {
+  // Finds the runs of two and more of a block by its bits. What lies between them, in photos nearly
+  // everything, is coded without a branch that depends on the bytes.
+  int codeBlock(int at) {
+    const uint64_t above = previous_ == nullptr ? 0 : masks::equal(row_ + at, previous_ + at);
+    const uint64_t left = masks::equal(row_ + at, row_ + at - 1);
+    const uint64_t nextAbove = above >> 1 | uint64_t{isAbove(at + kBlock)} << (kBlock - 1);
+    const uint64_t nextLeft = left >> 1 | uint64_t{isLeft(at + kBlock)} << (kBlock - 1);
+    const uint64_t runs = (above & nextAbove) | (~above & left & nextLeft);
+    for (int i = 0; i < kBlock;) {
+      const int run = std::min(i + std::countr_zero(runs >> i), kBlock);
+      putSingles(at, i, run, above);
+      if (run == kBlock) break;
+      i = run;
+      const bool isAboveRun = (above >> i & 1U) != 0;
+      int count = std::countr_one((isAboveRun ? above : left) >> i);
+      const bool goesOn = i + count == kBlock;
+      if (goesOn) count = runLength(isAboveRun ? previous_ : row_ - 1, at + i, count);
+      putRun(isAboveRun ? kAboveCodes : kLeftCodes, count,
+             [this](Code code) { out_.putQuickly(code); });
+      i += count;
+      if (goesOn) return at + i;
+    }
+    return at + kBlock;
+  }
+
+  void putSingles(int block, int from, int to, uint64_t above) {
+    const auto codeOf = [this, block, above](int i) {
+      const auto difference = static_cast<uint8_t>(row_[block + i] - row_[block + i - 1]);
+      return kSingleCodes[difference + (above >> i & 1U) * kIsAbove];
+    };
+    for (; from + 1 < to; from += 2) out_.putQuickly(codeOf(from), codeOf(from + 1));
+    if (from < to) out_.putQuickly(codeOf(from));
+  }
+
+  BitWriter& out_;
+  const uint8_t* previous_;
+  const uint8_t* row_;
+  int length_;
+};
+
+// The first byte has 0 to its left. Returns how many bytes were coded.
+int codeFirst(BitWriter& out, const uint8_t* previous, const uint8_t* row, int length) {
+  const auto put = [&out](Code code) { out.put(code); };
+  const int most = std::min(length, kHxrcMaxRun);
+  if (previous != nullptr && row[0] == previous[0]) {
+    const int run = words::countEqual(row, previous, most);
+    putRun(kAboveCodes, run, put);
+    return run;
+  }
   if (row[0] != 0) {
-    putDifference(out, row[0], 0);
+    put(kSingleCodes[row[0]]);
     return 1;
   }
-  const int end = std::min(length, kHxrcMaxRun);
-  const int run = 1 + words::countEqual(row + 1, row, end - 1);
-  putRun(out, kLeftCodes, run);
+  // Without a row above, it is a run of its own.
+  const int run = previous == nullptr ? 1 : 1 + words::countEqual(row + 1, row, most - 1);
+  putRun(kLeftCodes, run, put);
   return run;
-}
-
-void compressBelow(BitWriter& out, const uint8_t* previous, const uint8_t* row, int length) {
-  int i = row[0] == previous[0] ? 0 : compressFirst(out, row, length);
-  while (i < length) {
-    // "Above" wins when both apply. Most bytes are decided by one look at each.
-    if (row[i] == previous[i]) {
-      const int run = runLength(row + i, previous + i, length - i);
-      putRun(out, kAboveCodes, run);
-      i += run;
-    } else if (row[i] == row[i - 1]) {
-      const int run = runLength(row + i, row + i - 1, length - i);
-      putRun(out, kLeftCodes, run);
-      i += run;
-    } else {
-      putDifference(out, row[i], row[i - 1]);
-      ++i;
-    }
-  }
 }
 
 }  // namespace
@@ -175,11 +246,8 @@ uint32_t HXRC_Compress(uint8_t* out, const uint8_t* previous, const uint8_t* row
   if (length > kHxrcMaxRowBytes) return kErrorTooLong;
 
   BitWriter bits(out);
-  if (previous == nullptr) {
-    compressAlone(bits, row, length);
-  } else {
-    compressBelow(bits, previous, row, length);
-  }
+  const int coded = codeFirst(bits, previous, row, length);
+  RowCoder(bits, previous, row, length).code(coded);
   bits.put(prefixOf(kHxrcEnd));
   return bits.finish() & kLengthMask;
 }

@@ -1,0 +1,92 @@
+// EqualBytes - finds where the bytes of two rows are equal, from one such place to the next instead
+// of byte by byte: one bit says it of a byte, and 64 of them are looked at at a time.
+#pragma once
+
+#include <algorithm>
+#include <bit>
+#include <cstdint>
+#include <utility>
+
+#include "ByteMasks.h"
+
+class EqualBytes {
+ public:
+  /// @param count  bytes of each
+  EqualBytes(const uint8_t* a, const uint8_t* b, int count) : a_(a), b_(b), count_(count) {}
+
+  /// The first place in [from, end) at which the bytes differ; `end` without.
+  int firstDifferent(int from, int end) {
+    return first(from, end, [](uint64_t equal, bool /*isNextEqual*/) { return ~equal; });
+  }
+  /// The first place in [from, end) at which they are equal, and at the one behind it too.
+  int firstTwoEqual(int from, int end) {
+    return first(from, end, [](uint64_t equal, bool isNextEqual) {
+      return equal & (equal >> 1 | uint64_t{isNextEqual} << 63);
+    });
+  }
+
+  /// Calls `visit` with beginning and end of every run of bytes that differ, until it returns
+  /// false.
+  template <class Visit>
+  void forEachDifference(Visit visit) {
+    int open = kNone;  // where a run began that goes on in the next block
+    for (int block = 0; block < count_; block += kPlaces) {
+      show(block);
+      uint64_t different = ~equal_;
+      const int left = count_ - block;
+      if (left < kPlaces) different &= ~(~uint64_t{0} << left);
+      if (open != kNone) {
+        const int end = std::countr_one(different);
+        if (end == kPlaces) continue;
+        if (!visit(std::exchange(open, kNone), block + end)) return;
+        different &= ~uint64_t{0} << end;
+      }
+      while (different != 0) {
+        const int begin = std::countr_zero(different);
+        const int end = begin + std::countr_one(different >> begin);
+        if (end == kPlaces) {
+          open = block + begin;
+          break;
+        }
+        if (!visit(block + begin, block + end)) return;
+        different &= ~uint64_t{0} << end;
+      }
+    }
+    if (open != kNone) visit(open, count_);
+  }
+
+ private:
+  static constexpr int kPlaces = masks::kBytes;
+  static constexpr int kNone = -1;
+
+  template <class Select>
+  int first(int from, int end, Select select) {
+    while (from < end) {
+      const int block = from - from % kPlaces;
+      if (block != shown_) show(block);
+      const uint64_t found = select(equal_, isNextEqual_) >> (from - block);
+      if (found != 0) return std::min(from + std::countr_zero(found), end);
+      from = block + kPlaces;
+    }
+    return end;
+  }
+
+  void show(int block) {
+    shown_ = block;
+    const int left = count_ - block;
+    isNextEqual_ = left > kPlaces && a_[block + kPlaces] == b_[block + kPlaces];
+    if (left >= kPlaces) {
+      equal_ = masks::equal(a_ + block, b_ + block);
+      return;
+    }
+    equal_ = 0;
+    for (int i = 0; i < left; ++i) equal_ |= uint64_t{a_[block + i] == b_[block + i]} << i;
+  }
+
+  const uint8_t* a_;
+  const uint8_t* b_;
+  int count_;
+  int shown_ = kNone;         // the place that the lowest bit stands for
+  uint64_t equal_ = 0;        // a bit for each place from there on
+  bool isNextEqual_ = false;  // the place behind them
+};
