@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "SampleRows.h"
+#include "Triples.h"
 #include "Words.h"
 
 namespace {
@@ -33,49 +34,73 @@ void storeDeep(uint8_t* dst, const uint8_t* sample, bool littleEndian, unsigned 
   words::store(dst, words::swapped(deepSample(sampleAt(sample, littleEndian), depth)));
 }
 
-constexpr uint32_t kBlockPixels = 32;
-
-// Whether the pixels of a block are all the same, as paper and full tints are: no byte differs from
-// the same one of the next pixel.
-template <size_t kPixelBytes>
-bool isFlat(const uint8_t* src) {
-  return std::memcmp(src, src + kPixelBytes, (kBlockPixels - 1) * kPixelBytes) == 0;
+void splitDeepPixels(const uint8_t* src, uint32_t first, uint32_t pixels, bool littleEndian,
+                     unsigned depth, const ChannelRowsRgb& out) {
+  for (uint32_t i = first; i < pixels; ++i) {
+    for (size_t channel = 0; channel < kChannels; ++channel) {
+      storeDeep(out[channel].bytes + size_t{i} * 2, src + size_t{i} * kDeepPixelBytes + channel * 2,
+                littleEndian, depth);
+    }
+  }
 }
 
-// The sample of the first pixel for a whole block.
-template <class Sample>
-void fillBlock(uint8_t* dst, Sample sample) {
-  constexpr uint64_t kEverySample = ~uint64_t{0} / static_cast<Sample>(~Sample{0});
-  for (size_t at = 0; at < kBlockPixels * sizeof(Sample); at += words::kBytes) {
-    words::store(dst + at, sample * kEverySample);
+void splitPixels(const uint8_t* src, uint32_t first, uint32_t pixels, const ChannelRowsRgb& out) {
+  for (uint32_t i = first; i < pixels; ++i) {
+    for (size_t channel = 0; channel < kChannels; ++channel) {
+      out[channel].bytes[i] = src[size_t{i} * kChannels + channel];
+    }
   }
+}
+
+// Both return how many of the pixels they took: whole blocks of 48 bytes.
+#ifdef ODAXGEN_HAS_VECTORS
+uint32_t splitBlocks(const uint8_t* src, uint32_t pixels, const ChannelRowsRgb& out) {
+  constexpr uint32_t kBlock = 16;
+  uint32_t at = 0;
+  for (; pixels - at >= kBlock; at += kBlock) {
+    const auto block = triples::split<vectors::Bytes>(src + size_t{at} * kChannels);
+    vectors::store(out[0].bytes + at, block.first);
+    vectors::store(out[1].bytes + at, block.second);
+    vectors::store(out[2].bytes + at, block.third);
+  }
+  return at;
+}
+
+vectors::Words swapped(vectors::Words words) {
+  return words << 8 | words >> 8;
+}
+
+// storeDeep() for eight samples.
+template <bool kLittleEndian>
+void storeDeep(uint8_t* dst, vectors::Words samples, unsigned depth) {
+  if (!kLittleEndian) samples = swapped(samples);
+  const auto free = static_cast<uint16_t>(~((1U << depth) - 1));
+  vectors::store(dst, swapped(samples >> static_cast<uint16_t>(16 - depth) | free));
 }
 
 template <bool kLittleEndian>
-void splitDeep(const uint8_t* src, uint32_t pixels, unsigned depth, const ChannelRowsRgb& out) {
-  uint8_t* const red = out[0].bytes;
-  uint8_t* const green = out[1].bytes;
-  uint8_t* const blue = out[2].bytes;
-  const auto stored = [depth](const uint8_t* sample) {
-    return words::swapped(deepSample(sampleAt(sample, kLittleEndian), depth));
-  };
-  for (uint32_t first = 0; first < pixels; first += kBlockPixels) {
-    const uint32_t count = std::min(kBlockPixels, pixels - first);
-    const uint8_t* pixel = src + size_t{first} * kDeepPixelBytes;
-    size_t at = size_t{first} * 2;
-    if (count == kBlockPixels && isFlat<kDeepPixelBytes>(pixel)) {
-      fillBlock(red + at, stored(pixel));
-      fillBlock(green + at, stored(pixel + 2));
-      fillBlock(blue + at, stored(pixel + 4));
-      continue;
-    }
-    for (uint32_t i = 0; i < count; ++i, at += 2, pixel += kDeepPixelBytes) {
-      words::store(red + at, stored(pixel));
-      words::store(green + at, stored(pixel + 2));
-      words::store(blue + at, stored(pixel + 4));
-    }
+uint32_t splitDeepBlocks(const uint8_t* src, uint32_t pixels, unsigned depth,
+                         const ChannelRowsRgb& out) {
+  constexpr uint32_t kBlock = 8;
+  uint32_t at = 0;
+  for (; pixels - at >= kBlock; at += kBlock) {
+    const auto block = triples::split<vectors::Words>(src + size_t{at} * kDeepPixelBytes);
+    storeDeep<kLittleEndian>(out[0].bytes + size_t{at} * 2, block.first, depth);
+    storeDeep<kLittleEndian>(out[1].bytes + size_t{at} * 2, block.second, depth);
+    storeDeep<kLittleEndian>(out[2].bytes + size_t{at} * 2, block.third, depth);
   }
+  return at;
 }
+#else
+uint32_t splitBlocks(const uint8_t* /*src*/, uint32_t /*pixels*/, const ChannelRowsRgb& /*out*/) {
+  return 0;
+}
+template <bool kLittleEndian>
+uint32_t splitDeepBlocks(const uint8_t* /*src*/, uint32_t /*pixels*/, unsigned /*depth*/,
+                         const ChannelRowsRgb& /*out*/) {
+  return 0;
+}
+#endif
 
 void packChannel(const uint8_t* src, uint32_t pixels, bool littleEndian, unsigned depth,
                  ChannelRow out) {
@@ -95,7 +120,7 @@ void packChannel(const uint8_t* src, uint32_t pixels, bool littleEndian, unsigne
   }
 }
 
-// Four bytes of every fourth sample, from a word of 8-bit samples each.
+// Told apart, compilers make 16 bytes at a time of it.
 void extract8(const uint8_t* __restrict src, size_t samples, uint8_t* __restrict dst) {
   for (size_t i = 0; i < samples; ++i) dst[i] = src[i * kCmykChannels];
 }
@@ -104,24 +129,7 @@ void extract8(const uint8_t* __restrict src, size_t samples, uint8_t* __restrict
 
 void ChannelRows_Split8(const uint8_t* src, uint32_t pixels, const ChannelRowsRgb& out) {
   const uint32_t common = commonCount(out, pixels, 1);
-  uint8_t* const red = out[0].bytes;
-  uint8_t* const green = out[1].bytes;
-  uint8_t* const blue = out[2].bytes;
-  for (uint32_t first = 0; first < common; first += kBlockPixels) {
-    const uint32_t count = std::min(kBlockPixels, common - first);
-    const uint8_t* block = src + size_t{first} * kChannels;
-    if (count == kBlockPixels && isFlat<kChannels>(block)) {
-      fillBlock(red + first, block[0]);
-      fillBlock(green + first, block[1]);
-      fillBlock(blue + first, block[2]);
-      continue;
-    }
-    for (uint32_t i = 0; i < count; ++i) {
-      red[first + i] = block[kChannels * i];
-      green[first + i] = block[kChannels * i + 1];
-      blue[first + i] = block[kChannels * i + 2];
-    }
-  }
+  splitPixels(src, splitBlocks(src, common, out), common, out);
   // Rows of different lengths take what is left one by one.
   for (size_t channel = 0; channel < kChannels; ++channel) {
     const uint32_t count = std::min(pixels, out[channel].count);
@@ -134,11 +142,9 @@ void ChannelRows_Split8(const uint8_t* src, uint32_t pixels, const ChannelRowsRg
 void ChannelRows_Split16Wide(const uint8_t* src, uint32_t pixels, bool littleEndian, unsigned depth,
                              const ChannelRowsRgb& out) {
   const uint32_t common = commonCount(out, pixels, 2);
-  if (littleEndian) {
-    splitDeep<true>(src, common, depth, out);
-  } else {
-    splitDeep<false>(src, common, depth, out);
-  }
+  const uint32_t done = littleEndian ? splitDeepBlocks<true>(src, common, depth, out)
+                                     : splitDeepBlocks<false>(src, common, depth, out);
+  splitDeepPixels(src, done, common, littleEndian, depth, out);
   for (size_t channel = 0; channel < kChannels; ++channel) {
     const uint32_t count = std::min(pixels, out[channel].count / 2);
     for (uint32_t i = common; i < count; ++i) {
@@ -173,9 +179,11 @@ void ChannelRows_Extract(const uint8_t* src, size_t srcBytes, size_t channel, si
 }
 
 void ChannelRows_SplitHalves(const uint8_t* src, size_t count, uint8_t* high, uint8_t* low) {
-  const uint8_t* __restrict bytes = src;
-  uint8_t* __restrict highs = high;
-  uint8_t* __restrict lows = low;
-  for (size_t i = 0; i < count; ++i) highs[i] = bytes[2 * i];
-  for (size_t i = 0; i < count; ++i) lows[i] = bytes[2 * i + 1];
+  const uint8_t* __restrict from = src;  // told apart, compilers make 16 bytes at a time of it
+  uint8_t* __restrict toHigh = high;
+  uint8_t* __restrict toLow = low;
+  for (size_t i = 0; i < count; ++i) {
+    toHigh[i] = from[2 * i];
+    toLow[i] = from[2 * i + 1];
+  }
 }

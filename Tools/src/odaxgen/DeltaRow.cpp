@@ -1,30 +1,40 @@
 #include "DeltaRow.h"
 
 #include <algorithm>
-#include <cstring>
 
 #include "EqualBytes.h"
-#include "ShortRuns.h"
+#include "Words.h"
 
 namespace {
 
-constexpr unsigned kMaxReplacements = 8;  // bytes of one command: three bits hold the count minus 1
-constexpr int kLongOffset = 31;           // five bits; this value says that extension bytes follow
-constexpr int kFullExtension = 255;       // says that another extension byte follows
+constexpr int kMaxReplacements = 8;  // bytes of one command: three bits hold the count minus 1
+constexpr int kLongOffset = 31;      // five bits; this value says that extension bytes follow
+constexpr int kFullExtension = 255;  // says that another extension byte follows
 
 // Writes the commands of a row into a buffer with a limit; remembers when that was too small.
 class Commands {
  public:
-  Commands(const uint8_t* row, uint8_t* out, int limit) : row_(row), out_(out), limit_(limit) {}
+  Commands(const uint8_t* row, int len, uint8_t* out, int limit)
+      : row_(row), len_(len), out_(out), limit_(limit) {}
 
   /// Replaces the bytes [begin, end) of the row. False when there is no room.
   bool replace(int begin, int end) {
     int offset = begin - replaced_;
     replaced_ = end;
+    const int count = end - begin;
+    // Most commands are short, and nobody can foresee how short: eight bytes are moved for any of
+    // them, and what is too much is written over by the next one.
+    const bool isShort = count <= kMaxReplacements && offset < kLongOffset;
+    if (isShort && begin + kMaxReplacements <= len_ && used_ + kMaxReplacements < limit_) {
+      out_[used_] = static_cast<uint8_t>((count - 1) << 5 | offset);
+      words::store(out_ + used_ + 1, words::load(row_ + begin));
+      used_ += 1 + count;
+      return true;
+    }
     for (; begin < end && used_ <= limit_; offset = 0) {
-      const unsigned count = std::min(static_cast<unsigned>(end - begin), kMaxReplacements);
-      put(offset, row_ + begin, count);
-      begin += static_cast<int>(count);
+      const int part = std::min(end - begin, kMaxReplacements);
+      put(offset, row_ + begin, part);
+      begin += part;
     }
     return used_ <= limit_;
   }
@@ -33,16 +43,15 @@ class Commands {
   [[nodiscard]] int used() const { return used_ <= limit_ ? used_ : -1; }
 
  private:
-  void put(int offset, const uint8_t* bytes, unsigned count) {
-    putByte(static_cast<int>(count - 1) << 5 | std::min(offset, kLongOffset));
+  void put(int offset, const uint8_t* bytes, int count) {
+    putByte((count - 1) << 5 | std::min(offset, kLongOffset));
     if (offset >= kLongOffset) {
       int rest = offset - kLongOffset;
       for (; rest >= kFullExtension; rest -= kFullExtension) putByte(kFullExtension);
       putByte(rest);
     }
-    const int end = used_ + static_cast<int>(count);
-    if (end <= limit_) runs::copy(out_ + used_, bytes, count);
-    used_ = end;
+    if (used_ + count <= limit_) std::copy_n(bytes, count, out_ + used_);
+    used_ += count;
   }
   void putByte(int byte) {
     if (used_ < limit_) out_[used_] = static_cast<uint8_t>(byte);
@@ -50,6 +59,7 @@ class Commands {
   }
 
   const uint8_t* row_;
+  int len_;
   uint8_t* out_;
   int limit_;
   int used_ = 0;
@@ -71,7 +81,7 @@ void forEachByteRun(const uint8_t* row, int len, Visit visit) {
 
 int DeltaRow_Encode(const uint8_t* row, const uint8_t* seed, int len, uint8_t* out, int limit) {
   if (limit < 0) return -1;
-  Commands commands(row, out, limit);
+  Commands commands(row, len, out, limit);
   const auto replace = [&commands](int begin, int end) { return commands.replace(begin, end); };
   if (seed == nullptr) {
     forEachByteRun(row, len, replace);

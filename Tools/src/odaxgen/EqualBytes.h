@@ -16,13 +16,11 @@ class EqualBytes {
 
   /// The first place in [from, end) at which the bytes differ; `end` without.
   int firstDifferent(int from, int end) {
-    return first(from, end, [](uint64_t equal, bool /*isNextEqual*/) { return ~equal; });
+    return first(from, end, [this] { return ~equal_; });
   }
   /// The first place in [from, end) at which they are equal, and at the one behind it too.
   int firstTwoEqual(int from, int end) {
-    return first(from, end, [](uint64_t equal, bool isNextEqual) {
-      return equal & (equal >> 1 | uint64_t{isNextEqual} << 63);
-    });
+    return first(from, end, [this] { return twoEqual_; });
   }
 
   /// Calls `visit` with beginning and end of every run of bytes that differ, until it returns
@@ -64,7 +62,7 @@ class EqualBytes {
     while (from < end) {
       const int block = from - from % kPlaces;
       if (block != shown_) show(block);
-      const uint64_t found = select(equal_, isNextEqual_) >> (from - block);
+      const uint64_t found = select() >> (from - block);
       if (found != 0) return std::min(from + std::countr_zero(found), end);
       from = block + kPlaces;
     }
@@ -74,19 +72,20 @@ class EqualBytes {
   void show(int block) {
     shown_ = block;
     const int left = count_ - block;
-    isNextEqual_ = left > kPlaces && a_[block + kPlaces] == b_[block + kPlaces];
     if (left >= kPlaces) {
       equal_ = masks::equal(a_ + block, b_ + block);
-      return;
+    } else {
+      equal_ = 0;
+      for (int i = 0; i < left; ++i) equal_ |= uint64_t{a_[block + i] == b_[block + i]} << i;
     }
-    equal_ = 0;
-    for (int i = 0; i < left; ++i) equal_ |= uint64_t{a_[block + i] == b_[block + i]} << i;
+    const bool isNextEqual = left > kPlaces && a_[block + kPlaces] == b_[block + kPlaces];
+    twoEqual_ = equal_ & (equal_ >> 1 | uint64_t{isNextEqual} << (kPlaces - 1));
   }
 
   const uint8_t* a_;
   const uint8_t* b_;
   int count_;
-  int shown_ = kNone;         // the place that the lowest bit stands for
-  uint64_t equal_ = 0;        // a bit for each place from there on
-  bool isNextEqual_ = false;  // the place behind them
+  int shown_ = kNone;      // the place that the lowest bit stands for
+  uint64_t equal_ = 0;     // a bit for each place from there on
+  uint64_t twoEqual_ = 0;  // where they are equal, and at the next place too
 };

@@ -4,9 +4,9 @@
 #include <array>
 #include <cstring>
 #include <iterator>
-#include <type_traits>
 
 #include "ReductionTables.h"
+#include "Vectors.h"
 #include "Words.h"
 
 namespace {
@@ -28,43 +28,73 @@ uint8_t packedByte(const uint8_t* src, uint32_t samples, const LevelRule& rule) 
   return static_cast<uint8_t>(byte);
 }
 
-// Which bits of a sample are its level, and how far they are moved to the top of their field.
+// Which bits of a sample are its level, and how far they are from the top of their field.
 struct Bits {
-  uint8_t keep;
-  unsigned up, down;
+  uint8_t flip = 0;  // all ones: the sample is complemented before
+  uint8_t keep = 0;
+  unsigned up = 0, down = 0;
 };
 
-Bits bitsFrom(unsigned lowest, unsigned depth) {
-  const auto keep = static_cast<uint8_t>(((1U << depth) - 1) << lowest);
+Bits bitsFrom(unsigned lowest, unsigned depth, bool invert) {
   const unsigned top = 8 - depth;
-  return {keep, top > lowest ? top - lowest : 0, lowest > top ? lowest - top : 0};
+  return {static_cast<uint8_t>(invert ? 0xFF : 0x00),
+          static_cast<uint8_t>(((1U << depth) - 1) << lowest), top > lowest ? top - lowest : 0,
+          lowest > top ? lowest - top : 0};
 }
 
-// Four samples at a time: the fields of each two, and then of all four, slide together. Compilers
-// make 16 samples at a time of it.
-void packFields(const uint8_t* __restrict src, uint8_t* __restrict dst, uint8_t invert,
-                const Bits& bits, std::integral_constant<unsigned, 2> /*depth*/) {
-  const auto flip = static_cast<uint32_t>(words::repeated(invert));
-  const auto keep = static_cast<uint32_t>(words::repeated(bits.keep));
-  for (uint32_t i = 0; i < kBlock / 4; ++i) {
-    const uint32_t four =
-        ((words::loadAs<uint32_t>(src + 4 * i) ^ flip) & keep) << bits.up >> bits.down;
-    const uint32_t pairs = four | four >> 10;
-    dst[i] = static_cast<uint8_t>(pairs | pairs >> 20);
-  }
-}
+#ifdef ODAXGEN_HAS_VECTORS
 
-// The same with two samples.
-void packFields(const uint8_t* __restrict src, uint8_t* __restrict dst, uint8_t invert,
-                const Bits& bits, std::integral_constant<unsigned, 4> /*depth*/) {
-  const auto flip = static_cast<uint16_t>(words::repeated(invert));
+// The levels of 16 samples, at the top of their bytes, in words of two.
+template <bool kMoves>
+vectors::Words fieldsOf(const uint8_t* samples, const Bits& bits) {
+  const auto flip = static_cast<uint16_t>(words::repeated(bits.flip));
   const auto keep = static_cast<uint16_t>(words::repeated(bits.keep));
-  for (uint32_t i = 0; i < kBlock / 2; ++i) {
-    const auto kept = static_cast<uint16_t>((words::loadAs<uint16_t>(src + 2 * i) ^ flip) & keep);
-    const auto pair = static_cast<uint16_t>(kept << bits.up >> bits.down);
-    dst[i] = static_cast<uint8_t>(pair | pair >> 12);
+  const auto kept = (vectors::load<vectors::Words>(samples) ^ flip) & keep;
+  if (!kMoves) return kept;
+  return kept << static_cast<uint16_t>(bits.up) >> static_cast<uint16_t>(bits.down);
+}
+
+// Makes one byte of each two: the second slides behind the first one's highest bits.
+template <unsigned kBits>
+vectors::Bytes pairs(vectors::Words first, vectors::Words second) {
+  return vectors::evenBytes(first | first >> (8 + kBits), second | second >> (8 + kBits));
+}
+
+// Packs 32 samples into bytes of two levels, at the top of half bytes.
+template <bool kMoves, unsigned kDepth>
+vectors::Bytes packTwos(const uint8_t* src, const Bits& bits) {
+  return pairs<kDepth>(fieldsOf<kMoves>(src, bits), fieldsOf<kMoves>(src + 16, bits));
+}
+
+template <bool kMoves, unsigned kDepth>
+void packFields(const uint8_t* src, uint8_t* dst, const Bits& bits) {
+  const vectors::Bytes first = packTwos<kMoves, kDepth>(src, bits);
+  const vectors::Bytes second = packTwos<kMoves, kDepth>(src + kBlock / 2, bits);
+  if (kDepth == 4) {
+    vectors::store(dst, first);
+    vectors::store(dst + sizeof first, second);
+  } else {
+    vectors::store(dst, pairs<4>(reinterpret_cast<vectors::Words>(first),
+                                 reinterpret_cast<vectors::Words>(second)));
   }
 }
+
+#else
+
+template <bool /*kMoves*/, unsigned kDepth>
+void packFields(const uint8_t* src, uint8_t* dst, const Bits& bits) {
+  constexpr size_t kPerByte = 8 / kDepth;
+  for (size_t i = 0; i < kBlock / kPerByte; ++i) {
+    unsigned byte = 0;
+    for (size_t j = 0; j < kPerByte; ++j) {
+      const unsigned kept = (src[i * kPerByte + j] ^ bits.flip) & unsigned{bits.keep};
+      byte |= kept << bits.up >> bits.down >> (kDepth * j);
+    }
+    dst[i] = static_cast<uint8_t>(byte);
+  }
+}
+
+#endif
 
 // Tables that are a shift of the sample, by the lowest bit of the level. No table is one too.
 struct ShiftTable {
@@ -114,40 +144,54 @@ class BlockPacker {
   static constexpr uint32_t kBytes = kBlock * kDepth / 8;  // of a packed block
 
   explicit BlockPacker(const LevelRule& rule)
-      : rule_(rule), invert_(rule.invert ? 0xFF : 0x00), bits_(bitsFrom(0, kDepth)) {
+      : rule_(rule), invert_(rule.invert ? 0xFF : 0x00), bits_(bitsFrom(0, kDepth, false)) {
     setFlat(0xFF);
     const auto isOurs = [&rule](const auto& known) { return known.table == rule.table; };
     const auto* shift = std::find_if(std::begin(kShiftTables), std::end(kShiftTables), isOurs);
     isShift_ = shift != std::end(kShiftTables);
     if (isShift_) {
-      bits_ = bitsFrom(shift->lowestBit, kDepth);
+      bits_ = bitsFrom(shift->lowestBit, kDepth, rule.invert);
       return;
     }
     const auto* steps =
         std::find_if(std::begin(kThresholdTables), std::end(kThresholdTables), isOurs);
-    const bool fits = steps != std::end(kThresholdTables) && steps->levels <= 1U << kDepth;
-    thresholds_ = fits ? steps : nullptr;
+    thresholds_ = steps != std::end(kThresholdTables) ? steps : nullptr;
   }
 
-  void pack(const uint8_t* src, uint8_t* dst) {
-    constexpr std::integral_constant<unsigned, kDepth> kDepthOf;
-    if (isFlat(src)) {
-      if (src[0] != flatSample_) setFlat(src[0]);
-      for (uint32_t at = 0; at < kBytes; at += words::kBytes) words::store(dst + at, flatWord_);
-    } else if (isShift_) {
-      packFields(src, dst, invert_, bits_, kDepthOf);
+  void pack(const uint8_t* src, uint8_t* dst, uint32_t blocks) {
+    if (!isShift_) {
+      for (uint32_t i = 0; i < blocks; ++i) packByTable(src + size_t{i} * kBlock, dst + i * kBytes);
+    } else if (bits_.up + bits_.down == 0) {  // tables of as many levels as the depth has
+      packByShift<false>(src, dst, blocks);
     } else {
-      Block levels;
-      if (thresholds_ != nullptr) {
-        countThresholds(src, levels.data(), invert_, *thresholds_);
-      } else {
-        for (uint32_t i = 0; i < kBlock; ++i) levels[i] = levelOf(src[i], rule_);
-      }
-      packFields(levels.data(), dst, 0, bits_, kDepthOf);
+      packByShift<true>(src, dst, blocks);
     }
   }
 
  private:
+  template <bool kMoves>
+  void packByShift(const uint8_t* src, uint8_t* dst, uint32_t blocks) {
+    const Bits bits = bits_;  // a copy that no written byte can be a part of
+    for (; blocks > 0; --blocks, src += kBlock, dst += kBytes) {
+      packFields<kMoves, kDepth>(src, dst, bits);
+    }
+  }
+
+  void packByTable(const uint8_t* src, uint8_t* dst) {
+    if (isFlat(src)) {
+      if (src[0] != flatSample_) setFlat(src[0]);
+      for (uint32_t at = 0; at < kBytes; at += words::kBytes) words::store(dst + at, flatWord_);
+      return;
+    }
+    Block levels;
+    if (thresholds_ != nullptr) {
+      countThresholds(src, levels.data(), invert_, *thresholds_);
+    } else {
+      for (uint32_t i = 0; i < kBlock; ++i) levels[i] = levelOf(src[i], rule_);
+    }
+    packFields<true, kDepth>(levels.data(), dst, bits_);
+  }
+
   // Paper and full ink are most of a page.
   static bool isFlat(const uint8_t* src) {
     const uint64_t first = words::repeated(src[0]);
@@ -179,12 +223,11 @@ template <unsigned kDepth>
 uint32_t packRow(const uint8_t* src, uint32_t count, uint8_t* dst, uint32_t dstBytes,
                  const LevelRule& rule) {
   constexpr uint32_t kPerByte = 8 / kDepth;
-  BlockPacker<kDepth> blocks(rule);
+  BlockPacker<kDepth> packer(rule);
   const uint32_t whole = std::min(count / kPerByte, dstBytes);
-  uint32_t at = 0;
-  for (; whole - at >= blocks.kBytes; at += blocks.kBytes) {
-    blocks.pack(src + size_t{at} * kPerByte, dst + at);
-  }
+  const uint32_t blocks = whole / packer.kBytes;
+  packer.pack(src, dst, blocks);
+  uint32_t at = blocks * packer.kBytes;
   const uint32_t bytes = std::min(count / kPerByte + (count % kPerByte != 0 ? 1 : 0), dstBytes);
   for (; at < bytes; ++at) {
     const uint32_t first = at * kPerByte;

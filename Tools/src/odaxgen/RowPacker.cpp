@@ -1,10 +1,10 @@
 #include "RowPacker.h"
 
 #include <algorithm>
+#include <cstring>
 
 #include "CLibrary.h"
 #include "EqualBytes.h"
-#include "ShortRuns.h"
 #include "zksafe.h"
 
 namespace {
@@ -15,18 +15,20 @@ constexpr int kMinRun = 3;
 // Writes the items of one segment.
 class Packer {
  public:
-  Packer(const uint8_t* src, uint8_t* dst, int64_t capacity)
-      : src_(src), dst_(dst), capacity_(static_cast<size_t>(capacity)) {}
+  Packer(const uint8_t* src, int len, uint8_t* dst, int64_t capacity)
+      : src_(src), len_(len), dst_(dst), capacity_(static_cast<size_t>(capacity)) {}
 
   void literal(int from, int to) {
     const int count = to - from;
     if (count <= 0) return;
     dst_[written_++] = static_cast<uint8_t>(count - 1);
-    const auto bytes = static_cast<size_t>(count);
-    if (bytes <= std::min(capacity_, runs::kShort)) {
-      runs::copy(dst_ + written_, src_ + from, bytes);
+    // Most literals are short, and nobody can foresee how short: 16 bytes are moved for any of
+    // them, and what is too much is written over by what follows.
+    const auto room = static_cast<int64_t>(capacity_) - written_;
+    if (count <= kShort && from + kShort <= len_ && room >= kShort) {
+      std::memcpy(dst_ + written_, src_ + from, kShort);
     } else {
-      zk_memcpy(dst_ + written_, capacity_, src_ + from, bytes);
+      zk_memcpy(dst_ + written_, capacity_, src_ + from, static_cast<size_t>(count));
     }
     written_ += count;
   }
@@ -39,7 +41,10 @@ class Packer {
   [[nodiscard]] int written() const { return written_; }
 
  private:
+  static constexpr int kShort = 16;
+
   const uint8_t* src_;
+  int len_;
   uint8_t* dst_;
   size_t capacity_;
   int written_ = 0;
@@ -81,7 +86,7 @@ void emitSegment(Packer& out, int start, int run, int end, const Labels& labels)
 // A segment ends behind its first run of three or more, at the segment limit or at the row's end. A
 // run that crosses the limit is cut there, and its rest needs three equal bytes again.
 int RowPacker_Pack(const uint8_t* src, int len, uint8_t* dst, int64_t capacity) {
-  Packer out(src, dst, capacity);
+  Packer out(src, len, dst, capacity);
   EqualBytes next(src, src + 1, len - 1);  // where a byte equals the next one
   for (int start = 0; start < len;) {
     const int limit = len - start < kMaxSegment ? len : start + kMaxSegment;

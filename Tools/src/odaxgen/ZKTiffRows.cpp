@@ -275,7 +275,7 @@ void splitRow(const uint8_t* src, const RgbSplit& split, const Buffers& buffers,
   for (size_t channel = 0; channel < rows.size(); ++channel) {
     const auto count = static_cast<uint32_t>(buffers[channel]->rowBytes);
     rows[channel] = {rowOf(buffers[channel], row), count};
-    const auto first = static_cast<size_t>(std::min<uint64_t>(used, count / 2 * 2));
+    const auto first = static_cast<size_t>(std::min<uint64_t>(used, count - count % 2));
     std::memset(rows[channel].bytes + first, 0xFF, count - first);
   }
   if (split.depth == 8) {

@@ -84,16 +84,21 @@ class BitWriter {
   }
 
   // The same where there is room for eight bytes: no loop and no branch, so that nothing depends on
-  // the lengths of codes, which nobody can foresee. The lower bits of a code end up in `pending_`.
+  // the lengths of codes, which nobody can foresee.
   void putQuickly(Code code) {
     add(code);
     flushQuickly();
   }
-  /// Two codes of at most 13 bits.
-  void putQuickly(Code first, Code second) {
-    add(first);
-    add(second);
-    flushQuickly();
+  /// Adds a code of at most 13 bits; up to four of them, then flushQuickly().
+  void add(Code code) {
+    accumulator_ = accumulator_ << code.length | code.value;
+    pending_ += code.length;
+  }
+  /// At least one code has been added.
+  void flushQuickly() {
+    words::store(out_, words::swapped(accumulator_ << (64 - pending_)));
+    out_ += pending_ / 8;
+    pending_ %= 8;
   }
 
   /// Pads the last byte with zero bits. @return bytes written in all
@@ -103,16 +108,6 @@ class BitWriter {
   }
 
  private:
-  void add(Code code) {
-    accumulator_ = accumulator_ << code.length | code.value;
-    pending_ += code.length;
-  }
-  void flushQuickly() {
-    words::store(out_, words::swapped(accumulator_ << (64 - pending_)));
-    out_ += pending_ / 8;
-    pending_ %= 8;
-  }
-
   uint8_t* begin_;
   uint8_t* out_;
   uint64_t accumulator_ = 0;  // the pending bits are the lowest; what is above them is done with
@@ -134,13 +129,16 @@ void putRun(const RunCodes& codes, int count, Put put) {
 class RowCoder {
  public:
   /// @param previous  null: no byte equals the one above
-  RowCoder(BitWriter& out, const uint8_t* previous, const uint8_t* row, int length)
-      : out_(out), previous_(previous), row_(row), length_(length) {}
+  RowCoder(const uint8_t* previous, const uint8_t* row, int length)
+      : previous_(previous), row_(row), length_(length) {}
 
-  void code(int from) {
+  // The writer goes through all of this by value: its fields stay in registers, as no byte that it
+  // writes could be a part of them.
+  BitWriter code(BitWriter out, int from) const {
     int at = from;
-    while (length_ - at >= kBlock + kTail) at = codeBlock(at);
-    while (at < length_) at = codeStep(at);
+    while (length_ - at >= kBlock + kTail) at = codeBlock(&out, at);
+    while (at < length_) at = codeStep(&out, at);
+    return out;
   }
 
  private:
@@ -161,8 +159,8 @@ class RowCoder {
   }
 
   // Byte by byte: what codeBlock() does for 64 at a time. Returns where it goes on.
-  int codeStep(int at) {
-    const auto put = [this](Code code) { out_.put(code); };
+  int codeStep(BitWriter* out, int at) const {
+    const auto put = [out](Code code) { out->put(code); };
     int run = 1;
     if (isAbove(at)) {
       run = runLength(previous_, at, 1);
@@ -178,7 +176,7 @@ class RowCoder {
 
   // Finds the runs of two and more of a block by its bits. What lies between them, in photos nearly
   // everything, is coded without a branch that depends on the bytes.
-  int codeBlock(int at) {
+  int codeBlock(BitWriter* out, int at) const {
     const uint64_t above = previous_ == nullptr ? 0 : masks::equal(row_ + at, previous_ + at);
     const uint64_t left = masks::equal(row_ + at, row_ + at - 1);
     const uint64_t nextAbove = above >> 1 | uint64_t{isAbove(at + kBlock)} << (kBlock - 1);
@@ -186,7 +184,7 @@ class RowCoder {
     const uint64_t runs = (above & nextAbove) | (~above & left & nextLeft);
     for (int i = 0; i < kBlock;) {
       const int run = std::min(i + std::countr_zero(runs >> i), kBlock);
-      putSingles(at, i, run, above);
+      putSingles(out, at, i, run, above);
       if (run == kBlock) break;
       i = run;
       const bool isAboveRun = (above >> i & 1U) != 0;
@@ -194,23 +192,36 @@ class RowCoder {
       const bool goesOn = i + count == kBlock;
       if (goesOn) count = runLength(isAboveRun ? previous_ : row_ - 1, at + i, count);
       putRun(isAboveRun ? kAboveCodes : kLeftCodes, count,
-             [this](Code code) { out_.putQuickly(code); });
+             [out](Code code) { out->putQuickly(code); });
       i += count;
       if (goesOn) return at + i;
     }
     return at + kBlock;
   }
 
-  void putSingles(int block, int from, int to, uint64_t above) {
-    const auto codeOf = [this, block, above](int i) {
-      const auto difference = static_cast<uint8_t>(row_[block + i] - row_[block + i - 1]);
-      return kSingleCodes[difference + (above >> i & 1U) * kIsAbove];
+  void putSingles(BitWriter* out, int block, int from, int to, uint64_t above) const {
+    const uint8_t* byte = row_ + block + from;
+    above >>= from;
+    const auto add = [out, &byte, &above] {
+      const auto difference = static_cast<uint8_t>(byte[0] - byte[-1]);
+      out->add(kSingleCodes[difference + (above & 1U) * kIsAbove]);
+      ++byte;
+      above >>= 1U;
     };
-    for (; from + 1 < to; from += 2) out_.putQuickly(codeOf(from), codeOf(from + 1));
-    if (from < to) out_.putQuickly(codeOf(from));
+    int left = to - from;
+    for (; left >= 4; left -= 4) {
+      add();
+      add();
+      add();
+      add();
+      out->flushQuickly();
+    }
+    if (left > 0) {
+      for (; left > 0; --left) add();
+      out->flushQuickly();
+    }
   }
 
-  BitWriter& out_;
   const uint8_t* previous_;
   const uint8_t* row_;
   int length_;
@@ -247,7 +258,7 @@ uint32_t HXRC_Compress(uint8_t* out, const uint8_t* previous, const uint8_t* row
 
   BitWriter bits(out);
   const int coded = codeFirst(bits, previous, row, length);
-  RowCoder(bits, previous, row, length).code(coded);
+  bits = RowCoder(previous, row, length).code(bits, coded);
   bits.put(prefixOf(kHxrcEnd));
   return bits.finish() & kLengthMask;
 }
