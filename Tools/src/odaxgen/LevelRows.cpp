@@ -160,7 +160,8 @@ class BlockPacker {
 
   void pack(const uint8_t* src, uint8_t* dst, uint32_t blocks) {
     if (!isShift_) {
-      for (uint32_t i = 0; i < blocks; ++i) packByTable(src + size_t{i} * kBlock, dst + i * kBytes);
+      for (uint32_t i = 0; i < blocks; ++i)
+        packByTable(src + size_t{i} * kBlock, dst + size_t{i} * kBytes);
     } else if (bits_.up + bits_.down == 0) {  // tables of as many levels as the depth has
       packByShift<false>(src, dst, blocks);
     } else {
