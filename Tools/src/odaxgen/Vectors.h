@@ -38,6 +38,12 @@ inline Words merged(Words a, Words b) {
   return __builtin_shufflevector(a, b, 0, 8, 1, 9, 2, 10, 3, 11);
 }
 
+/// The same from the second half of each.
+inline Bytes mergedEnds(Bytes a, Bytes b) {
+  return __builtin_shufflevector(a, b, 8, 24, 9, 25, 10, 26, 11, 27, 12, 28, 13, 29, 14, 30, 15,
+                                 31);
+}
+
 template <class Vector>
 Vector secondHalf(Vector v) {
   const auto halves = reinterpret_cast<Halves>(v);

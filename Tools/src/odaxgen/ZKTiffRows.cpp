@@ -20,7 +20,6 @@ constexpr uint32_t kCompressionNone = 1;
 constexpr uint32_t kCompressionPackBits = 32773;
 constexpr int kErrorCompression = -41;
 constexpr int kErrorRgbCompression = -42;  // a code of its own, on purpose
-constexpr size_t kCmykChannels = 4;
 
 bool isSupported(uint32_t compression) {
   return compression == kCompressionNone || compression == kCompressionPackBits;

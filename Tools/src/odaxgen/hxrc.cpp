@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <bit>
+#include <cstring>
 
 #include "ByteMasks.h"
+#include "Vectors.h"
 #include "Words.h"
 
 namespace {
@@ -182,9 +184,11 @@ class RowCoder {
     const uint64_t nextAbove = above >> 1 | uint64_t{isAbove(at + kBlock)} << (kBlock - 1);
     const uint64_t nextLeft = left >> 1 | uint64_t{isLeft(at + kBlock)} << (kBlock - 1);
     const uint64_t runs = (above & nextAbove) | (~above & left & nextLeft);
+    // Of paper there are none: the whole block is one run.
+    const Singles singles = runs == ~uint64_t{0} ? Singles{} : singlesOf(at);
     for (int i = 0; i < kBlock;) {
       const int run = std::min(i + std::countr_zero(runs >> i), kBlock);
-      putSingles(out, at, i, run, above);
+      putSingles(out, singles.data() + i, singles.data() + run);
       if (run == kBlock) break;
       i = run;
       const bool isAboveRun = (above >> i & 1U) != 0;
@@ -199,27 +203,46 @@ class RowCoder {
     return at + kBlock;
   }
 
-  void putSingles(BitWriter* out, int block, int from, int to, uint64_t above) const {
-    const uint8_t* byte = row_ + block + from;
-    above >>= from;
-    const auto add = [out, &byte, &above] {
-      const auto difference = static_cast<uint8_t>(byte[0] - byte[-1]);
-      out->add(kSingleCodes[difference + (above & 1U) * kIsAbove]);
-      ++byte;
-      above >>= 1U;
-    };
-    int left = to - from;
-    for (; left >= 4; left -= 4) {
-      add();
-      add();
-      add();
-      add();
+  // Where the codes of a block's bytes stand in kSingleCodes.
+  using Singles = std::array<uint16_t, kBlock>;
+
+  Singles singlesOf(int block) const {
+    Singles singles;
+    const uint8_t* row = row_ + block;
+#ifdef ODAXGEN_HAS_VECTORS
+    using vectors::Bytes;
+    for (size_t i = 0; i < singles.size(); i += sizeof(Bytes)) {
+      const auto bytes = vectors::load<Bytes>(row + i);
+      const Bytes difference = bytes - vectors::load<Bytes>(row + i - 1);
+      Bytes above = {};
+      if (previous_ != nullptr) {
+        above = reinterpret_cast<Bytes>(bytes == vectors::load<Bytes>(previous_ + block + i)) & 1;
+      }
+      const std::array<Bytes, 2> places = {vectors::merged(difference, above),
+                                           vectors::mergedEnds(difference, above)};
+      std::memcpy(&singles[i], places.data(), sizeof places);
+    }
+#else
+    for (size_t i = 0; i < singles.size(); ++i) {
+      const bool isOne = isAbove(block + static_cast<int>(i));
+      const auto difference = static_cast<uint8_t>(row[i] - row[static_cast<int>(i) - 1]);
+      singles[i] = static_cast<uint16_t>(difference + (isOne ? kIsAbove : 0));
+    }
+#endif
+    return singles;
+  }
+
+  static void putSingles(BitWriter* out, const uint16_t* at, const uint16_t* end) {
+    for (; end - at >= 4; at += 4) {
+      out->add(kSingleCodes[at[0]]);
+      out->add(kSingleCodes[at[1]]);
+      out->add(kSingleCodes[at[2]]);
+      out->add(kSingleCodes[at[3]]);
       out->flushQuickly();
     }
-    if (left > 0) {
-      for (; left > 0; --left) add();
-      out->flushQuickly();
-    }
+    if (at == end) return;
+    for (; at != end; ++at) out->add(kSingleCodes[*at]);
+    out->flushQuickly();
   }
 
   const uint8_t* previous_;
