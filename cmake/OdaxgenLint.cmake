@@ -41,3 +41,18 @@ function(odaxgen_add_lint_batches target batches tests)
   list(REMOVE_DUPLICATES folders)
   target_include_directories(${target} PRIVATE ${folders})
 endfunction()
+
+# Lets clang-tidy read the sources of `target`, whose local names differ, as one: headers are read
+# once. The rules are those of the folder of the calling CMakeLists.txt.
+function(odaxgen_lint_as_one target)
+  if(NOT ODAXGEN_LINT_BATCHES)
+    return()
+  endif()
+  set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 0
+    UNITY_BUILD_CODE_BEFORE_INCLUDE "// NOLINTNEXTLINE(bugprone-suspicious-include)")
+  set(rules ${CMAKE_CURRENT_SOURCE_DIR}/.clang-tidy)
+  if(NOT EXISTS ${rules})
+    set(rules ${PROJECT_SOURCE_DIR}/tests/.clang-tidy)
+  endif()
+  configure_file(${rules} ${CMAKE_CURRENT_BINARY_DIR}/.clang-tidy COPYONLY)
+endfunction()

@@ -260,10 +260,10 @@ void sendHxrcRow(const PlaneRow& at) {
 }
 
 // Takes the halves of a row into memory that stays for later rows.
-void splitRow(HalfRows* halves, const uint8_t* row, size_t count) {
+void splitRow(HalfRows* halves, const uint8_t* row, size_t count, int code) {
   if (halves->high == nullptr || halves->room < count) {
-    halves->high = newRowBytes(count, -75, __LINE__);
-    halves->low = newRowBytes(count, -75, __LINE__);
+    halves->high = newRowBytes(count, code, __LINE__);
+    halves->low = newRowBytes(count, code, __LINE__);
     halves->room = count;
   }
   ChannelRows_SplitHalves(row, count, halves->high.get(), halves->low.get());
@@ -275,8 +275,9 @@ void sendHxrcHalves(const PlaneRow& at) {
   PlaneHalves& halves = sHalves.at(static_cast<size_t>(at.number) - 1);
   // A row that the printer knows has gone through here, so its halves are the last ones.
   std::swap(halves.row, halves.previous);
-  splitRow(&halves.row, bytes, static_cast<size_t>(std::max(width, 0)));
   const bool knowsSeed = at.row > 0 && !sSeedRowUnkown;
+  // The second row is the one that needs memory for two.
+  splitRow(&halves.row, bytes, static_cast<size_t>(std::max(width, 0)), knowsSeed ? -78 : -75);
   const uint8_t* high = knowsSeed ? halves.previous.high.get() : nullptr;
   const uint8_t* low = knowsSeed ? halves.previous.low.get() : nullptr;
   const int highBytes =

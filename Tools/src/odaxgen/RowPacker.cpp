@@ -86,6 +86,7 @@ void emitSegment(Packer& out, int start, int run, int end, const Labels& labels)
 // A segment ends behind its first run of three or more, at the segment limit or at the row's end. A
 // run that crosses the limit is cut there, and its rest needs three equal bytes again.
 int RowPacker_Pack(const uint8_t* src, int len, uint8_t* dst, int64_t capacity) {
+  if (len <= 0) return 0;
   Packer out(src, len, dst, capacity);
   EqualBytes next(src, src + 1, len - 1);  // where a byte equals the next one
   for (int start = 0; start < len;) {

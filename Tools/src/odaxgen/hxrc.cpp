@@ -153,11 +153,17 @@ class RowCoder {
   }
   [[nodiscard]] bool isLeft(int at) const { return row_[at] == row_[at - 1]; }
 
-  // How many bytes from `at` on, where `known` of them are, equal those of the other row, as far as
-  // one run can tell.
-  int runLength(const uint8_t* other, int at, int known) const {
+  // The byte above the one at `at`, or the left one.
+  [[nodiscard]] const uint8_t* neighbour(bool above, int at) const {
+    return above ? previous_ + at : row_ + at - 1;
+  }
+
+  // How many bytes from `at` on, where `known` of them are, equal their neighbours, as far as one
+  // run can tell.
+  [[nodiscard]] int runLength(bool above, int at, int known) const {
     const int most = std::min(length_ - at, kHxrcMaxRun);
-    return known + words::countEqual(row_ + at + known, other + at + known, most - known);
+    const uint8_t* other = neighbour(above, at);
+    return known + words::countEqual(row_ + at + known, other + known, most - known);
   }
 
   // Byte by byte: what codeBlock() does for 64 at a time. Returns where it goes on.
@@ -165,10 +171,10 @@ class RowCoder {
     const auto put = [out](Code code) { out->put(code); };
     int run = 1;
     if (isAbove(at)) {
-      run = runLength(previous_, at, 1);
+      run = runLength(true, at, 1);
       putRun(kAboveCodes, run, put);
     } else if (isLeft(at)) {
-      run = runLength(row_ - 1, at, 1);
+      run = runLength(false, at, 1);
       putRun(kLeftCodes, run, put);
     } else {
       put(kSingleCodes[static_cast<uint8_t>(row_[at] - row_[at - 1])]);
@@ -194,7 +200,7 @@ class RowCoder {
       const bool isAboveRun = (above >> i & 1U) != 0;
       int count = std::countr_one((isAboveRun ? above : left) >> i);
       const bool goesOn = i + count == kBlock;
-      if (goesOn) count = runLength(isAboveRun ? previous_ : row_ - 1, at + i, count);
+      if (goesOn) count = runLength(isAboveRun, at + i, count);
       putRun(isAboveRun ? kAboveCodes : kLeftCodes, count,
              [out](Code code) { out->putQuickly(code); });
       i += count;
