@@ -68,10 +68,10 @@ class RunTest : public testing::Test, public TempFolder {
   void writeLongJob(const std::string& name, const std::string& split) const {
     TiffPage page;
     page.width = 4000;
-    page.height = 2000000;
+    page.height = 20000000;
     page.strips = {Bytes(4000, 0x55)};
     write("long.tif", tiffFile(page));
-    fs::resize_file(path("long.tif"), 16'000'000);  // a smaller file would not be believed
+    fs::resize_file(path("long.tif"), 100'000'000);  // a smaller file would not be believed
     writePageJob(name, "long.tif", split);
   }
   // A pipe that a job reads: it waits there until somebody writes.
@@ -687,7 +687,7 @@ TEST_F(RunTest, ALongJobShowsItsProgressOnATerminal) {
   const ProgramResult result = runOdaxgenOnTerminal({"run", "job.cfg"}, path(), {}, " left");
   EXPECT_EQ(result.exitCode, 128 + SIGINT);
   EXPECT_THAT(result.out, testing::ContainsRegex("\r\\[#*\\.*\\] +[0-9]+ %  page 1/1  row "
-                                                 "[0-9,]+/2,000,000  [0-9.]+ MB/s  "
+                                                 "[0-9,]+/20,000,000  [0-9.]+ MB/s  "
                                                  "[0-9]+:[0-9][0-9] left\033\\[K"));
 }
 
