@@ -13,7 +13,7 @@ constexpr size_t kChannels = 3;
 constexpr size_t kDeepPixelBytes = 6;
 constexpr size_t kCmykChannels = 4;
 
-// Three samples of a pixel go out in one pass, as far as all three rows have room.
+// Blocks go to all three rows at once, as far as each has room.
 uint32_t commonCount(const ChannelRowsRgb& out, uint32_t pixels, uint32_t sampleBytes) {
   for (const ChannelRow& row : out) pixels = std::min(pixels, row.count / sampleBytes);
   return pixels;
@@ -32,24 +32,6 @@ uint16_t sampleAt(const uint8_t* bytes, bool littleEndian) {
 
 void storeDeep(uint8_t* dst, const uint8_t* sample, bool littleEndian, unsigned depth) {
   words::store(dst, words::swapped(deepSample(sampleAt(sample, littleEndian), depth)));
-}
-
-void splitDeepPixels(const uint8_t* src, uint32_t first, uint32_t pixels, bool littleEndian,
-                     unsigned depth, const ChannelRowsRgb& out) {
-  for (uint32_t i = first; i < pixels; ++i) {
-    for (size_t channel = 0; channel < kChannels; ++channel) {
-      storeDeep(out[channel].bytes + size_t{i} * 2, src + size_t{i} * kDeepPixelBytes + channel * 2,
-                littleEndian, depth);
-    }
-  }
-}
-
-void splitPixels(const uint8_t* src, uint32_t first, uint32_t pixels, const ChannelRowsRgb& out) {
-  for (uint32_t i = first; i < pixels; ++i) {
-    for (size_t channel = 0; channel < kChannels; ++channel) {
-      out[channel].bytes[i] = src[size_t{i} * kChannels + channel];
-    }
-  }
 }
 
 // Both return how many of the pixels they took: whole blocks of 48 bytes.
@@ -128,12 +110,10 @@ void extract8(const uint8_t* __restrict src, size_t samples, uint8_t* __restrict
 }  // namespace
 
 void ChannelRows_Split8(const uint8_t* src, uint32_t pixels, const ChannelRowsRgb& out) {
-  const uint32_t common = commonCount(out, pixels, 1);
-  splitPixels(src, splitBlocks(src, common, out), common, out);
-  // Rows of different lengths take what is left one by one.
+  const uint32_t done = splitBlocks(src, commonCount(out, pixels, 1), out);
   for (size_t channel = 0; channel < kChannels; ++channel) {
     const uint32_t count = std::min(pixels, out[channel].count);
-    for (uint32_t i = common; i < count; ++i) {
+    for (uint32_t i = done; i < count; ++i) {
       out[channel].bytes[i] = src[size_t{i} * kChannels + channel];
     }
   }
@@ -144,10 +124,9 @@ void ChannelRows_Split16Wide(const uint8_t* src, uint32_t pixels, bool littleEnd
   const uint32_t common = commonCount(out, pixels, 2);
   const uint32_t done = littleEndian ? splitDeepBlocks<true>(src, common, depth, out)
                                      : splitDeepBlocks<false>(src, common, depth, out);
-  splitDeepPixels(src, done, common, littleEndian, depth, out);
   for (size_t channel = 0; channel < kChannels; ++channel) {
     const uint32_t count = std::min(pixels, out[channel].count / 2);
-    for (uint32_t i = common; i < count; ++i) {
+    for (uint32_t i = done; i < count; ++i) {
       storeDeep(out[channel].bytes + size_t{i} * 2, src + size_t{i} * kDeepPixelBytes + channel * 2,
                 littleEndian, depth);
     }
