@@ -856,6 +856,26 @@ TEST_F(DataPacketsTest, ALineWithoutAnElementStopsThePacketWhereItIs) {
   }
 }
 
+// The lines of packets of one size are put together once.
+TEST_F(DataPacketsTest, ASecondPacketHasTheLinesOfItsOwnTime) {
+  restart(5);
+  folder.write("SD.xml", "<datasize>0</datasize>\n<x:K>1</x:K>\n");
+  sendDataRaster("abc", 3);
+  sendDataRaster("def", 3);
+  folder.write("SD.xml", "<datasize>-</datasize>\n<x:K>another</x:K>\n");
+  sendDataRaster("ghi", 3);
+  overrides({{"K", "2"}});
+  sendDataRaster("jkl", 3);
+  sendDataRaster("m", 1);
+  EXPECT_EQ(written(),
+            "<datasize>3</datasize><x:K>1</x:K>abc<datasize>3</datasize><x:K>1</x:K>def"
+            "<datasize>3</datasize><x:K>another</x:K>ghi<datasize>3</datasize><x:K>2</x:K>jkl"
+            "<datasize>1</datasize><x:K>2</x:K>m");
+  std::filesystem::remove(folder.path("SD.xml"));
+  Capture capture;
+  EXPECT_EQ(thrownBy([] { sendDataRaster("n", 1); }), -59);
+}
+
 TEST_F(DataPacketsTest, AMissingTemplateIsReported) {
   restart(5);
   std::filesystem::remove(folder.path("SD.xml"));
