@@ -45,6 +45,18 @@ void store(uint8_t* bytes, Word word) {
   std::memcpy(bytes, &word, sizeof word);
 }
 
+/// The place of the lowest bit of a word that has one. The standard's function asks that first.
+inline int lowestBit(uint64_t word) {
+#ifdef __GNUC__
+  return __builtin_ctzll(word);
+#else
+  return std::countr_zero(word);
+#endif
+}
+constexpr uint64_t withoutLowestBit(uint64_t word) {
+  return word & (word - 1);
+}
+
 /// The place of the lowest byte that is not 0, of a word that has one.
 inline int firstSet(uint64_t word) {
   return std::countr_zero(word) / 8;

@@ -46,30 +46,48 @@ constexpr std::array<Code, kLongRunUnit> makeRunCodes(HxrcPrefix kind) {
   return codes;
 }
 
-// What one byte by itself is coded as, by its difference from the left one and, in the upper half
-// of the table, when it equals the one above. The difference 0 is a run of one.
-constexpr size_t kIsAbove = 256;
-
-constexpr std::array<Code, 2 * kIsAbove> makeSingleCodes() {
-  std::array<Code, 2 * kIsAbove> codes{};
-  codes[0] = runCode(kHxrcLeft, 1);
-  for (size_t difference = 1; difference < kIsAbove; ++difference) {
-    const uint8_t category = diff_bits[difference];
-    codes[difference] = joined(prefixOf(kHxrcDifference), huff3[category - 1U]);
-    if (category < 8) {
-      codes[difference] = joined(codes[difference], {diff_data[difference], category});
-    }
-  }
-  for (size_t i = kIsAbove; i < codes.size(); ++i) codes[i] = runCode(kHxrcAbove, 1);
-  return codes;
-}
-
 // One look-up and one write for a whole run or difference instead of three of each.
 using RunCodes = std::array<Code, kLongRunUnit>;
 constexpr RunCodes kAboveCodes = makeRunCodes(kHxrcAbove);
 constexpr RunCodes kLeftCodes = makeRunCodes(kHxrcLeft);
 constexpr RunCodes kLongRunCodes = makeRunCodes(kHxrcLongRun);
-constexpr auto kSingleCodes = makeSingleCodes();
+
+constexpr Code differenceCode(unsigned difference) {
+  const uint8_t category = diff_bits[difference];
+  const Code code = joined(prefixOf(kHxrcDifference), huff3[category - 1U]);
+  return category == 8 ? code : joined(code, {diff_data[difference], category});
+}
+
+Code longRunCode(int count) {
+  return kLongRunCodes[static_cast<size_t>(count / kLongRunUnit)];
+}
+Code runCode(const RunCodes& codes, int count) {
+  return codes[static_cast<size_t>(count % kLongRunUnit)];
+}
+
+// Everything that begins at a byte of a block, so that nobody has to ask what it is: its place is
+// the base of its kind and its length. A difference is one byte long.
+constexpr size_t kDifferenceBase = 0;  // and the difference
+constexpr size_t kLeftBase = 256;
+constexpr size_t kAboveBase = kLeftBase + kLongRunUnit;
+constexpr size_t kTokens = kAboveBase + kLongRunUnit;
+
+constexpr std::array<Code, kTokens> makeTokenCodes() {
+  std::array<Code, kTokens> codes{};
+  for (unsigned difference = 1; difference < 256; ++difference) {
+    codes[kDifferenceBase + difference + 1] = differenceCode(difference);
+  }
+  for (size_t count = 1; count < kLongRunUnit; ++count) {
+    codes[kLeftBase + count] = kLeftCodes[count];
+    codes[kAboveBase + count] = kAboveCodes[count];
+  }
+  return codes;
+}
+constexpr auto kTokenCodes = makeTokenCodes();
+
+constexpr Code differenceToken(uint8_t difference) {
+  return kTokenCodes[kDifferenceBase + difference + 1];
+}
 
 // Writes bits, most significant first. Fewer than 8 bits are pending between two calls.
 class BitWriter {
@@ -85,16 +103,35 @@ class BitWriter {
     }
   }
 
+  /// Runs of 128 and more take two codes.
+  void putRun(const RunCodes& codes, int count) {
+    if (count >= kLongRunUnit) put(longRunCode(count));
+    put(runCode(codes, count));
+  }
+
   // The same where there is room for eight bytes: no loop and no branch, so that nothing depends on
   // the lengths of codes, which nobody can foresee.
   void putQuickly(Code code) {
     add(code);
     flushQuickly();
   }
-  /// Adds a code of at most 13 bits; up to four of them, then flushQuickly().
+  void putRunQuickly(const RunCodes& codes, int count) {
+    if (count >= kLongRunUnit) putQuickly(longRunCode(count));
+    putQuickly(runCode(codes, count));
+  }
+  /// Adds a code of at most 14 bits; up to four of them, then flushQuickly().
   void add(Code code) {
     accumulator_ = accumulator_ << code.length | code.value;
     pending_ += code.length;
+  }
+  // Four codes by two and two, so that no pair waits for the one before.
+  void addFour(Code a, Code b, Code c, Code d) {
+    const uint64_t first = uint64_t{a.value} << b.length | b.value;
+    const uint64_t second = uint64_t{c.value} << d.length | d.value;
+    const unsigned secondLength = unsigned{c.length} + d.length;
+    const unsigned length = unsigned{a.length} + b.length + secondLength;
+    accumulator_ = accumulator_ << length | first << secondLength | second;
+    pending_ += length;
   }
   /// At least one code has been added.
   void flushQuickly() {
@@ -116,16 +153,6 @@ class BitWriter {
   unsigned pending_ = 0;
 };
 
-// Runs of 128 and more take two codes.
-template <class Put>
-void putRun(const RunCodes& codes, int count, Put put) {
-  if (count >= kLongRunUnit) {
-    put(kLongRunCodes[static_cast<size_t>(count / kLongRunUnit)]);
-    count %= kLongRunUnit;
-  }
-  put(codes[static_cast<size_t>(count)]);
-}
-
 // Codes one row, from its second byte on. "Above" wins when a byte equals both the one above and
 // the left one.
 class RowCoder {
@@ -134,11 +161,9 @@ class RowCoder {
   RowCoder(const uint8_t* previous, const uint8_t* row, int length)
       : previous_(previous), row_(row), length_(length) {}
 
-  // The writer goes through all of this by value: its fields stay in registers, as no byte that it
-  // writes could be a part of them.
   BitWriter code(BitWriter out, int from) const {
     int at = from;
-    while (length_ - at >= kBlock + kTail) at = codeBlock(&out, at);
+    out = codeBlocks(out, &at);
     while (at < length_) at = codeStep(&out, at);
     return out;
   }
@@ -147,11 +172,32 @@ class RowCoder {
   static constexpr int kBlock = masks::kBytes;
   // So many bytes have room for eight bytes of code, at 13 bits each in the worst case.
   static constexpr int kTail = 8;
+  // The beginnings of 16 single bytes and of what follows them.
+  static constexpr uint64_t kSingles = 0x1FFFF;
+
+  // What the bytes of a block equal, a bit for each.
+  struct Equal {
+    uint64_t above, left;
+
+    // Where codes begin. In a stretch of bytes that equal their left ones, the first that does not
+    // equal the one above begins a run up to the stretch's end, whatever is above the others. What
+    // such runs leave over are runs above and differences.
+    [[nodiscard]] uint64_t beginnings() const {
+      const uint64_t firsts = left & ~above;
+      // Added to its stretch, the lowest of them clears everything from there on by its carry.
+      const uint64_t leftRuns = (((left + firsts) ^ left) | firsts) & left;
+      const uint64_t aboveRuns = above & ~leftRuns;
+      return (leftRuns & ~(leftRuns << 1)) | (aboveRuns & ~(aboveRuns << 1)) | ~(above | left);
+    }
+  };
 
   [[nodiscard]] bool isAbove(int at) const {
     return previous_ != nullptr && row_[at] == previous_[at];
   }
   [[nodiscard]] bool isLeft(int at) const { return row_[at] == row_[at - 1]; }
+  [[nodiscard]] uint8_t difference(int at) const {
+    return static_cast<uint8_t>(row_[at] - row_[at - 1]);
+  }
 
   // The byte above the one at `at`, or the left one.
   [[nodiscard]] const uint8_t* neighbour(bool above, int at) const {
@@ -166,89 +212,129 @@ class RowCoder {
     return known + words::countEqual(row_ + at + known, other + known, most - known);
   }
 
-  // Byte by byte: what codeBlock() does for 64 at a time. Returns where it goes on.
+  // Byte by byte: what codeBlock() does for 64 at a time. Returns where to go on.
   int codeStep(BitWriter* out, int at) const {
-    const auto put = [out](Code code) { out->put(code); };
     int run = 1;
     if (isAbove(at)) {
       run = runLength(true, at, 1);
-      putRun(kAboveCodes, run, put);
+      out->putRun(kAboveCodes, run);
     } else if (isLeft(at)) {
       run = runLength(false, at, 1);
-      putRun(kLeftCodes, run, put);
+      out->putRun(kLeftCodes, run);
     } else {
-      put(kSingleCodes[static_cast<uint8_t>(row_[at] - row_[at - 1])]);
+      out->put(differenceToken(difference(at)));
     }
     return at + run;
   }
 
-  // Finds the runs of two and more of a block by its bits. What lies between them, in photos nearly
-  // everything, is coded without a branch that depends on the bytes.
-  int codeBlock(BitWriter* out, int at) const {
-    const uint64_t above = previous_ == nullptr ? 0 : masks::equal(row_ + at, previous_ + at);
-    const uint64_t left = masks::equal(row_ + at, row_ + at - 1);
-    const uint64_t nextAbove = above >> 1 | uint64_t{isAbove(at + kBlock)} << (kBlock - 1);
-    const uint64_t nextLeft = left >> 1 | uint64_t{isLeft(at + kBlock)} << (kBlock - 1);
-    const uint64_t runs = (above & nextAbove) | (~above & left & nextLeft);
-    // Of paper there are none: the whole block is one run.
-    const Singles singles = runs == ~uint64_t{0} ? Singles{} : singlesOf(at);
-    for (int i = 0; i < kBlock;) {
-      const int run = std::min(i + std::countr_zero(runs >> i), kBlock);
-      putSingles(out, singles.data() + i, singles.data() + run);
-      if (run == kBlock) break;
-      i = run;
-      const bool isAboveRun = (above >> i & 1U) != 0;
-      int count = std::countr_one((isAboveRun ? above : left) >> i);
-      const bool goesOn = i + count == kBlock;
-      if (goesOn) count = runLength(isAboveRun, at + i, count);
-      putRun(isAboveRun ? kAboveCodes : kLeftCodes, count,
-             [out](Code code) { out->putQuickly(code); });
-      i += count;
-      if (goesOn) return at + i;
-    }
-    return at + kBlock;
+  // The writer goes through all of this by value, and nobody has its address: its fields stay in
+  // registers, as no byte that it writes could be a part of them.
+  BitWriter codeBlocks(BitWriter out, int* at) const {
+    while (length_ - *at >= kBlock + kTail) out = codeBlock(out, at);
+    return out;
   }
 
-  // Where the codes of a block's bytes stand in kSingleCodes.
-  using Singles = std::array<uint16_t, kBlock>;
+  // Finds where the codes of a block begin by its bits, all at once, and goes from one to the next
+  // without a branch that depends on what they are. The last one may reach beyond the block.
+  BitWriter codeBlock(BitWriter out, int* at) const {
+    const Equal equal = equalIn(*at);
+    const uint64_t beginnings = equal.beginnings();
+    const int last = kBlock - 1 - std::countl_zero(beginnings);
+    if (last > 0) out = putTokens(out, basesOf(*at), beginnings);
+    *at += last;
+    const bool isAboveRun = (equal.above >> last & 1U) != 0;
+    if (!isAboveRun && (equal.left >> last & 1U) == 0) {
+      out.putQuickly(differenceToken(difference(*at)));
+      ++*at;
+      return out;
+    }
+    const int count = runLength(isAboveRun, *at, kBlock - last);
+    out.putRunQuickly(isAboveRun ? kAboveCodes : kLeftCodes, count);
+    *at += count;
+    return out;
+  }
 
-  Singles singlesOf(int block) const {
-    Singles singles;
+  [[nodiscard]] Equal equalIn(int block) const {
     const uint8_t* row = row_ + block;
+    return {previous_ == nullptr ? 0 : masks::equal(row, previous_ + block),
+            masks::equal(row, row - 1)};
+  }
+
+  // Of each byte of a block, the base of what begins there, see kTokenCodes.
+  using Bases = std::array<uint16_t, kBlock>;
+
+  [[nodiscard]] Bases basesOf(int block) const {
+    Bases bases;
 #ifdef ODAXGEN_HAS_VECTORS
     using vectors::Bytes;
-    for (size_t i = 0; i < singles.size(); i += sizeof(Bytes)) {
+    static_assert(kLeftBase == 256 && kAboveBase == 256 + 128);
+    const uint8_t* row = row_ + block;
+    for (size_t i = 0; i < bases.size(); i += sizeof(Bytes)) {
       const auto bytes = vectors::load<Bytes>(row + i);
       const Bytes difference = bytes - vectors::load<Bytes>(row + i - 1);
       Bytes above = {};
       if (previous_ != nullptr) {
-        above = reinterpret_cast<Bytes>(bytes == vectors::load<Bytes>(previous_ + block + i)) & 1;
+        above = reinterpret_cast<Bytes>(bytes == vectors::load<Bytes>(previous_ + block + i));
       }
-      const std::array<Bytes, 2> places = {vectors::merged(difference, above),
-                                           vectors::mergedEnds(difference, above)};
-      std::memcpy(&singles[i], places.data(), sizeof places);
+      const auto left = reinterpret_cast<Bytes>(difference == 0);
+      const Bytes low = (difference & ~above) | (above & 128);
+      const Bytes high = (above | left) & 1;
+      const std::array<Bytes, 2> both = {vectors::merged(low, high),
+                                         vectors::mergedEnds(low, high)};
+      std::memcpy(&bases[i], both.data(), sizeof both);
     }
 #else
-    for (size_t i = 0; i < singles.size(); ++i) {
-      const bool isOne = isAbove(block + static_cast<int>(i));
-      const auto difference = static_cast<uint8_t>(row[i] - row[static_cast<int>(i) - 1]);
-      singles[i] = static_cast<uint16_t>(difference + (isOne ? kIsAbove : 0));
+    for (int i = 0; i < kBlock; ++i) {
+      const int at = block + i;
+      bases[static_cast<size_t>(i)] =
+          static_cast<uint16_t>(isAbove(at)  ? kAboveBase
+                                : isLeft(at) ? kLeftBase
+                                             : kDifferenceBase + difference(at));
     }
 #endif
-    return singles;
+    return bases;
   }
 
-  static void putSingles(BitWriter* out, const uint16_t* at, const uint16_t* end) {
-    for (; end - at >= 4; at += 4) {
-      out->add(kSingleCodes[at[0]]);
-      out->add(kSingleCodes[at[1]]);
-      out->add(kSingleCodes[at[2]]);
-      out->add(kSingleCodes[at[3]]);
-      out->flushQuickly();
+  // Codes everything that begins in a block but the last.
+  static BitWriter putTokens(BitWriter out, const Bases& bases, uint64_t beginnings) {
+    const uint16_t* base = bases.data();
+    const auto code = [base](int begin, int end) {
+      return *(kTokenCodes.data() + base[begin] + (end - begin));
+    };
+    int begin = 0;
+    uint64_t ends = words::withoutLowestBit(beginnings);
+    for (;;) {
+      // In photos, nearly everything is one byte long.
+      while ((beginnings >> begin & kSingles) == kSingles) {
+        for (const int stop = begin + 16; begin < stop; begin += 4) {
+          out.addFour(code(begin, begin + 1), code(begin + 1, begin + 2),
+                      code(begin + 2, begin + 3), code(begin + 3, begin + 4));
+          out.flushQuickly();
+        }
+        ends &= ~uint64_t{1} << begin;
+      }
+      const uint64_t ends2 = words::withoutLowestBit(ends);
+      const uint64_t ends3 = words::withoutLowestBit(ends2);
+      const uint64_t ends4 = words::withoutLowestBit(ends3);
+      if (ends4 == 0) break;
+      const int second = words::lowestBit(ends);
+      const int third = words::lowestBit(ends2);
+      const int fourth = words::lowestBit(ends3);
+      const int next = words::lowestBit(ends4);
+      out.addFour(code(begin, second), code(second, third), code(third, fourth),
+                  code(fourth, next));
+      out.flushQuickly();
+      begin = next;
+      ends = words::withoutLowestBit(ends4);
     }
-    if (at == end) return;
-    for (; at != end; ++at) out->add(kSingleCodes[*at]);
-    out->flushQuickly();
+    if (ends == 0) return out;
+    for (; ends != 0; ends = words::withoutLowestBit(ends)) {
+      const int end = words::lowestBit(ends);
+      out.add(code(begin, end));
+      begin = end;
+    }
+    out.flushQuickly();
+    return out;
   }
 
   const uint8_t* previous_;
@@ -258,20 +344,19 @@ class RowCoder {
 
 // The first byte has 0 to its left. Returns how many bytes were coded.
 int codeFirst(BitWriter& out, const uint8_t* previous, const uint8_t* row, int length) {
-  const auto put = [&out](Code code) { out.put(code); };
   const int most = std::min(length, kHxrcMaxRun);
   if (previous != nullptr && row[0] == previous[0]) {
     const int run = words::countEqual(row, previous, most);
-    putRun(kAboveCodes, run, put);
+    out.putRun(kAboveCodes, run);
     return run;
   }
   if (row[0] != 0) {
-    put(kSingleCodes[row[0]]);
+    out.put(differenceToken(row[0]));
     return 1;
   }
   // Without a row above, it is a run of its own.
   const int run = previous == nullptr ? 1 : 1 + words::countEqual(row + 1, row, most - 1);
-  putRun(kLeftCodes, run, put);
+  out.putRun(kLeftCodes, run);
   return run;
 }
 
