@@ -684,10 +684,10 @@ class PackBitsTest : public ZKTiffRowsTest {
     file.append(data);
     return open(file.bytes());
   }
-  // Decodes into a block of exactly `count` bytes that were 0xEE.
+  // Decodes into a block of exactly `count` bytes; what was filled of it.
   static Bytes take(const Reader& reader, uint32_t count) {
     Bytes bytes(count, 0xEE);
-    unpackbits(reader.get(), bytes.data(), count);
+    bytes.resize(unpackbits(reader.get(), bytes.data(), count));
     return bytes;
   }
 };
@@ -740,16 +740,39 @@ TEST_F(PackBitsTest, CopiesThatDoNotFitAreDropped) {
   EXPECT_EQ(take(reader, 1), Bytes{1});
 }
 
-TEST_F(PackBitsTest, TheEndOfTheFileLeavesTheRestAsItIs) {
+TEST_F(PackBitsTest, TheEndOfTheFileIsTheEndOfWhatIsFilled) {
   const Reader literal = at({0x03, 1, 2});
-  EXPECT_EQ(take(literal, 4), (Bytes{1, 2, 0xEE, 0xEE}));
+  EXPECT_EQ(take(literal, 4), (Bytes{1, 2}));
   EXPECT_EQ(literal->decoderState, -2);
-  EXPECT_EQ(take(literal, 1), Bytes{0xEE});
+  EXPECT_EQ(take(literal, 1), Bytes{});
   const Reader repeat = at({0xFE});
-  EXPECT_EQ(take(repeat, 2), (Bytes{0xEE, 0xEE}));
+  EXPECT_EQ(take(repeat, 2), Bytes{});
   EXPECT_EQ(repeat->decoderState, 3);
-  EXPECT_EQ(take(at({}), 1), Bytes{0xEE});
-  EXPECT_EQ(take(at({0x80}), 1), Bytes{0xEE});
+  EXPECT_EQ(take(at({}), 1), Bytes{});
+  EXPECT_EQ(take(at({0x80}), 1), Bytes{});
+}
+
+// Three rows of 300 bytes; the second ends with the file behind its first byte, after headers
+// that stand for nothing and have nothing to do with the bytes behind it.
+TEST_F(PackBitsTest, ARowCutByTheEndOfTheFileKeepsTheRowBeforeBehindTheCut) {
+  Bytes first, packed;
+  for (int i = 0; i < 300; ++i) first.push_back(static_cast<uint8_t>(i));
+  for (int i = 0; i < 300; i += 100) {
+    packed.push_back(99);
+    packed.insert(packed.end(), first.begin() + i, first.begin() + i + 100);
+  }
+  packed.insert(packed.end(), {0x00, 77});
+  packed.insert(packed.end(), 200, 0x80);
+  Bytes cut = first;
+  cut[0] = 77;
+  TiffWriter file('I');
+  file.field(kTagWidth, kTiffShort, {300});
+  file.field(kTagHeight, kTiffShort, {3});
+  file.field(kTagBitsPerSample, kTiffShort, {8});
+  file.field(kTagCompression, kTiffShort, {kPackBits});
+  file.endDirectory();
+  file.append(packed);
+  EXPECT_EQ(allRows(open(file.bytes()), 3), (std::vector<Bytes>{first, cut, cut}));
 }
 
 TEST_F(PackBitsTest, ARunThatIsOpenAtTheEndOfAStripIsForgotten) {

@@ -14,7 +14,7 @@ struct RowUnpackerStep {
 /// in the next call; copies that do not fit are dropped, on purpose: encoders end runs with rows.
 ///
 /// @param src    `count` bytes
-/// @param row    room for `room` bytes, none of it written behind what is reported
+/// @param row    room for `room` bytes; those behind what is reported may change too
 /// @param state  where the decoder stands, 0 at the start of a strip: below 0 so many literals are
 ///               to come, above 0 the next byte is to be written so many times
 RowUnpackerStep RowUnpacker_Unpack(const uint8_t* src, size_t count, uint8_t* row, size_t room,

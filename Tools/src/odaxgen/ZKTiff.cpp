@@ -309,7 +309,10 @@ bool makeRow(ImageReader* reader) {
     reader->sampleRowBytes[i] = static_cast<uint32_t>(sampleBytes);
   }
   reader->row = newZeroedBytes(reader->bytesPerRow);
-  return reader->row != nullptr;
+  if (reader->row == nullptr) return false;
+  if (reader->compression != kCompressionPackBits) return true;
+  reader->rowBefore = newZeroedBytes(reader->bytesPerRow);
+  return reader->rowBefore != nullptr;
 }
 
 // Leaves the record as that of a file that is no TIFF file.

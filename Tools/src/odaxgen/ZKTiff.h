@@ -40,7 +40,8 @@ struct ImageReader {
   std::optional<TiffEntry> pendingOffsets;  // an array that is still to be read, while opening
   uint32_t currentStrip = 0;
   uint32_t rowsLeftInStrip = 0xFFFFFFFF;
-  CBytes row;  // bytesPerRow bytes: the row just read, unless it lies in the file's block
+  CBytes row;        // bytesPerRow bytes: the row just read, unless it lies in the file's block
+  CBytes rowBefore;  // as many bytes, for PackBits only: the row before it
   const uint8_t* rowInBlock = nullptr;  // the row just read, in the block; null: in `row`
   bool isBeyondFile = false;  // it claims rows that such a file cannot hold: none are delivered
   char byteOrder = 'I';
@@ -50,6 +51,10 @@ struct ImageReader {
   uint16_t photometric = 0;
   uint32_t planarConfiguration = 0;
 };
+
+/// Values of the compression tag that are read.
+constexpr uint32_t kCompressionNone = 1;
+constexpr uint32_t kCompressionPackBits = 32773;
 
 /// Photometric interpretations whose samples grow with the ink.
 constexpr uint16_t kWhiteIsZero = 0;
@@ -117,4 +122,5 @@ int ZKTiff_ReadNextRasterBlockRGB(ImageReader* reader, ZKGWorld* red, ZKGWorld* 
 
 /// Decodes PackBits data from the file until `count` bytes are filled or the file ends. A literal
 /// run that does not fit goes on in the next call; copies that do not fit are dropped.
-void unpackbits(ImageReader* reader, uint8_t* dst, uint32_t count);
+/// @return the bytes filled; those behind them may change too
+uint32_t unpackbits(ImageReader* reader, uint8_t* dst, uint32_t count);

@@ -16,8 +16,6 @@ namespace {
 
 constexpr const char* kSourceName = "ZKTiffRows.cpp";
 
-constexpr uint32_t kCompressionNone = 1;
-constexpr uint32_t kCompressionPackBits = 32773;
 constexpr int kErrorCompression = -41;
 constexpr int kErrorRgbCompression = -42;  // a code of its own, on purpose
 
@@ -56,14 +54,20 @@ void keepRow(ImageReader* reader) {
   std::memcpy(reader->row.get(), row, reader->bytesPerRow);
 }
 
+// Rows take turns in two places, since decoding leaves no byte behind the cut as it was.
+const uint8_t* readPackedRow(ImageReader* reader) {
+  std::swap(reader->row, reader->rowBefore);
+  uint8_t* row = reader->row.get();
+  const uint32_t filled = unpackbits(reader, row, reader->bytesPerRow);
+  std::memcpy(row + filled, reader->rowBefore.get() + filled, reader->bytesPerRow - filled);
+  return row;
+}
+
 // The next row. Most rows are read where they lie in the file's block. A row cut by the end of the
 // file keeps what the row before left behind the cut.
 const uint8_t* readRow(ImageReader* reader) {
   const uint32_t bytes = reader->bytesPerRow;
-  if (reader->compression == kCompressionPackBits) {
-    unpackbits(reader, reader->row.get(), bytes);
-    return reader->row.get();
-  }
+  if (reader->compression == kCompressionPackBits) return readPackedRow(reader);
   const FileBytes::View view = reader->file.inMemory();
   if (view.count >= bytes) {
     reader->file.skip(bytes);
@@ -401,13 +405,15 @@ int ZKTiff_ReadNextRasterBlockRGB(ImageReader* reader, ZKGWorld* red, ZKGWorld* 
   return static_cast<int>(rows);
 }
 
-void unpackbits(ImageReader* reader, uint8_t* dst, uint32_t count) {
-  for (uint32_t done = 0; done < count;) {
+uint32_t unpackbits(ImageReader* reader, uint8_t* dst, uint32_t count) {
+  uint32_t done = 0;
+  while (done < count) {
     const FileBytes::View in = reader->file.peek();
-    if (in.count == 0) return;
+    if (in.count == 0) break;
     const RowUnpackerStep step =
         RowUnpacker_Unpack(in.bytes, in.count, dst + done, count - done, &reader->decoderState);
     reader->file.skip(step.used);
     done += static_cast<uint32_t>(step.written);
   }
+  return done;
 }
