@@ -1,10 +1,13 @@
 #include "RowPacker.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstring>
 
+#include "ByteMasks.h"
 #include "CLibrary.h"
 #include "EqualBytes.h"
+#include "Words.h"
 #include "zksafe.h"
 
 namespace {
@@ -22,14 +25,7 @@ class Packer {
     const int count = to - from;
     if (count <= 0) return;
     dst_[written_++] = static_cast<uint8_t>(count - 1);
-    // Most literals are short, and nobody can foresee how short: 16 bytes are moved for any of
-    // them, and what is too much is written over by what follows.
-    const auto room = static_cast<int64_t>(capacity_) - written_;
-    if (count <= kShort && from + kShort <= len_ && room >= kShort) {
-      std::memcpy(dst_ + written_, src_ + from, kShort);
-    } else {
-      zk_memcpy(dst_ + written_, capacity_, src_ + from, static_cast<size_t>(count));
-    }
+    zk_memcpy(dst_ + written_, capacity_, src_ + from, static_cast<size_t>(count));
     written_ += count;
   }
 
@@ -38,10 +34,76 @@ class Packer {
     dst_[written_++] = src_[from];
   }
 
+  // Most segments are short, and nobody can foresee how short. So as far as neither row nor buffer
+  // ends, they are found by the bits of 64 bytes and put out with few branches: a page of text
+  // takes two thirds of the time. Stops at a segment whose run does not begin within 64 bytes, or
+  // near the end. Returns where the next segment begins.
+  int quickSegments(int start) {
+    const uint8_t* from = src_ + start;
+    const uint8_t* const rowEnd = src_ + len_;
+    uint8_t* out = dst_ + written_;
+    const uint8_t* const outEnd = dst_ + capacity_;
+    while (rowEnd - from >= kQuickRoom && outEnd - out >= kQuickRoom) {
+      uint64_t equal = masks::equal(from, from + 1);
+      if (!hasRun(equal)) break;
+      Segment segment = firstOf(equal);
+      int left = masks::kBytes;  // of the bytes that the bits stand for
+      if (segment.bytes() > left) segment = wholeOf(segment, from);
+      do {
+        out = put(segment, from, out);
+        from += segment.bytes();
+        left -= segment.bytes();
+        if (left <= 0) break;
+        equal >>= segment.bytes();
+        if (!hasRun(equal)) break;
+        segment = firstOf(equal);
+      } while (segment.bytes() <= left);
+    }
+    written_ = static_cast<int>(out - dst_);
+    return static_cast<int>(from - src_);
+  }
+
   [[nodiscard]] int written() const { return written_; }
 
  private:
-  static constexpr int kShort = 16;
+  static constexpr int kPiece = 16;
+  // More than a whole segment and what is looked at or moved behind it.
+  static constexpr int kQuickRoom = 2 * masks::kBytes + kPiece + 1;
+
+  struct Segment {
+    int literals, copies;
+    [[nodiscard]] int bytes() const { return literals + copies; }
+  };
+
+  // A bit says that a byte equals the next one; so two of them make a run.
+  static bool hasRun(uint64_t equal) { return (equal & equal >> 1) != 0; }
+
+  // One byte longer than the bits when its run goes on behind them.
+  static Segment firstOf(uint64_t equal) {
+    const int literals = words::lowestBit(equal & equal >> 1);
+    return {literals, std::countr_one(equal >> literals) + 1};
+  }
+
+  // A segment whose run leaves the 64 bytes at `from`.
+  static Segment wholeOf(const Segment& begun, const uint8_t* from) {
+    const uint8_t* behind = from + masks::kBytes;
+    const int copies = begun.copies + std::countr_one(masks::equal(behind, behind + 1));
+    return {begun.literals, std::min(copies, kMaxSegment - begun.literals)};
+  }
+
+  // Literals are moved in pieces of 16 bytes; what is too much is written over by what follows.
+  static uint8_t* put(const Segment& segment, const uint8_t* from, uint8_t* out) {
+    *out = static_cast<uint8_t>(segment.literals - 1);
+    uint8_t* bytes = out + 1;
+    std::memcpy(bytes, from, kPiece);
+    for (int i = kPiece; i < segment.literals; i += kPiece) {
+      std::memcpy(bytes + i, from + i, kPiece);
+    }
+    out += segment.literals + (segment.literals == 0 ? 0 : 1);
+    *out++ = static_cast<uint8_t>(257 - segment.copies);
+    *out++ = from[segment.literals];
+    return out;
+  }
 
   const uint8_t* src_;
   int len_;
@@ -89,7 +151,9 @@ int RowPacker_Pack(const uint8_t* src, int len, uint8_t* dst, int64_t capacity) 
   if (len <= 0) return 0;
   Packer out(src, len, dst, capacity);
   EqualBytes next(src, src + 1, len - 1);  // where a byte equals the next one
-  for (int start = 0; start < len;) {
+  for (int start = 0;;) {
+    start = out.quickSegments(start);
+    if (start >= len) break;
     const int limit = len - start < kMaxSegment ? len : start + kMaxSegment;
     // Two bytes that equal their next ones make three.
     const int last = limit - kMinRun + 1;
