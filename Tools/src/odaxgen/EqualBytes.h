@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "ByteMasks.h"
+#include "Words.h"
 
 class EqualBytes {
  public:
@@ -27,30 +28,31 @@ class EqualBytes {
   /// false.
   template <class Visit>
   void forEachDifference(Visit visit) {
-    int open = kNone;  // where a run began that goes on in the next block
+    int begin = 0;        // of the run that is open
+    uint64_t before = 0;  // 1 when the byte before a block differs: a run is open
     for (int block = 0; block < count_; block += kPlaces) {
       show(block);
       uint64_t different = ~equal_;
       const int left = count_ - block;
       if (left < kPlaces) different &= ~(~uint64_t{0} << left);
-      if (open != kNone) {
-        const int end = std::countr_one(different);
-        if (end == kPlaces) continue;
-        if (!visit(std::exchange(open, kNone), block + end)) return;
-        different &= ~uint64_t{0} << end;
+      if ((different | before) == 0) continue;
+      // Beginnings and ends are found apart, so that no run waits for the one before.
+      const uint64_t following = different << 1 | before;
+      uint64_t begins = different & ~following;
+      uint64_t ends = following & ~different;
+      if (before != 0 && ends != 0) {
+        if (!visit(begin, block + words::lowestBit(ends))) return;
+        ends = words::withoutLowestBit(ends);
       }
-      while (different != 0) {
-        const int begin = std::countr_zero(different);
-        const int end = begin + std::countr_one(different >> begin);
-        if (end == kPlaces) {
-          open = block + begin;
-          break;
-        }
-        if (!visit(block + begin, block + end)) return;
-        different &= ~uint64_t{0} << end;
+      while (ends != 0) {
+        if (!visit(block + words::lowestBit(begins), block + words::lowestBit(ends))) return;
+        begins = words::withoutLowestBit(begins);
+        ends = words::withoutLowestBit(ends);
       }
+      if (begins != 0) begin = block + words::lowestBit(begins);
+      before = different >> (kPlaces - 1);
     }
-    if (open != kNone) visit(open, count_);
+    if (before != 0) visit(begin, count_);
   }
 
  private:
