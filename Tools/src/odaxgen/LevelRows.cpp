@@ -20,14 +20,6 @@ uint8_t levelOf(uint8_t sample, const LevelRule& rule) {
   return static_cast<uint8_t>(level & ((1U << rule.depth) - 1));
 }
 
-uint8_t packedByte(const uint8_t* src, uint32_t samples, const LevelRule& rule) {
-  unsigned byte = 0;
-  for (unsigned i = 0; i < samples; ++i) {
-    byte |= static_cast<unsigned>(levelOf(src[i], rule)) << (8 - rule.depth * (i + 1));
-  }
-  return static_cast<uint8_t>(byte);
-}
-
 // Which bits of a sample are its level, and how far they are from the top of their field.
 struct Bits {
   uint8_t flip = 0;  // all ones: the sample is complemented before
@@ -66,8 +58,9 @@ vectors::Bytes packTwos(const uint8_t* src, const Bits& bits) {
   return pairs<kDepth>(fieldsOf<kMoves>(src, bits), fieldsOf<kMoves>(src + 16, bits));
 }
 
+// Inlined, so that a row's bits are spread over a vector once.
 template <bool kMoves, unsigned kDepth>
-void packFields(const uint8_t* src, uint8_t* dst, const Bits& bits) {
+[[gnu::always_inline]] inline void packFields(const uint8_t* src, uint8_t* dst, const Bits& bits) {
   const vectors::Bytes first = packTwos<kMoves, kDepth>(src, bits);
   const vectors::Bytes second = packTwos<kMoves, kDepth>(src + kBlock / 2, bits);
   if (kDepth == 4) {
@@ -228,12 +221,21 @@ uint32_t packRow(const uint8_t* src, uint32_t count, uint8_t* dst, uint32_t dstB
   const uint32_t whole = std::min(count / kPerByte, dstBytes);
   const uint32_t blocks = whole / packer.kBytes;
   packer.pack(src, dst, blocks);
-  uint32_t at = blocks * packer.kBytes;
-  const uint32_t bytes = std::min(count / kPerByte + (count % kPerByte != 0 ? 1 : 0), dstBytes);
-  for (; at < bytes; ++at) {
-    const uint32_t first = at * kPerByte;
-    dst[at] = packedByte(src + first, std::min(kPerByte, count - first), rule);
+  const uint32_t rest = count % kPerByte;  // samples of a byte that is not full
+  const uint32_t bytes = std::min(count / kPerByte + (rest != 0 ? 1 : 0), dstBytes);
+  const uint32_t done = blocks * packer.kBytes;
+  if (done == bytes) return bytes;
+
+  // What is left of the row is less than a block: it is filled up and converted like one.
+  Block samples{};
+  std::copy_n(src + size_t{blocks} * kBlock, std::min(count - blocks * kBlock, kBlock),
+              samples.data());
+  std::array<uint8_t, BlockPacker<kDepth>::kBytes> levels{};
+  packer.pack(samples.data(), levels.data(), 1);
+  if (bytes > count / kPerByte) {
+    levels[bytes - done - 1] &= static_cast<uint8_t>(0xFF00U >> (rest * kDepth));
   }
+  std::copy_n(levels.data(), bytes - done, dst + done);
   return bytes;
 }
 
