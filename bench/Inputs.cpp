@@ -141,10 +141,11 @@ bool hasInputs(const std::string& folder, double scale) {
   return text.str() == stampText(scale);
 }
 
-void makeImage(const std::string& path, const ImageFormat& format, const Size& size) {
+void makeImage(const std::string& path, const ImageFormat& format, const Size& size,
+               Content content) {
   std::vector<TiffOutput> files;
   files.emplace_back(path, format, size.width, size.height);
-  drawInto(kA2, size, files);
+  drawInto({0, 0, content}, size, files);
 }
 
 void makeData(const std::string& path, uint64_t bytes) {

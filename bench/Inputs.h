@@ -44,7 +44,8 @@ void makeInputs(const std::string& folder, double scale);
 bool hasInputs(const std::string& folder, double scale);
 
 /// Draws a page into one file.
-void makeImage(const std::string& path, const ImageFormat& format, const Size& size);
+void makeImage(const std::string& path, const ImageFormat& format, const Size& size,
+               Content content = Content::kMixed);
 /// Bytes of which some repeat and some do not, as in a raster stream.
 void makeData(const std::string& path, uint64_t bytes);
 
