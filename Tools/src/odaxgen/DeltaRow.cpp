@@ -21,14 +21,16 @@ class Commands {
   bool replace(int begin, int end) {
     int offset = begin - replaced_;
     replaced_ = end;
-    const int count = end - begin;
-    // Most commands are short, and nobody can foresee how short: eight bytes are moved for any of
-    // them, and what is too much is written over by the next one.
-    const bool isShort = count <= kMaxReplacements && offset < kLongOffset;
-    if (isShort && begin + kMaxReplacements <= len_ && used_ + kMaxReplacements < limit_) {
-      out_[used_] = static_cast<uint8_t>((count - 1) << 5 | offset);
-      words::store(out_ + used_ + 1, words::load(row_ + begin));
-      used_ += 1 + count;
+    if (offset < kLongOffset && hasRoomFor(begin, end)) {
+      // Nobody can foresee how short commands are: eight bytes are moved for any of them, and what
+      // is too much is written over by the next one.
+      for (; begin < end; offset = 0) {
+        const int part = std::min(end - begin, kMaxReplacements);
+        out_[used_] = static_cast<uint8_t>((part - 1) << 5 | offset);
+        words::store(out_ + used_ + 1, words::load(row_ + begin));
+        used_ += 1 + part;
+        begin += part;
+      }
       return true;
     }
     for (; begin < end && used_ <= limit_; offset = 0) {
@@ -43,6 +45,11 @@ class Commands {
   [[nodiscard]] int used() const { return used_ <= limit_ ? used_ : -1; }
 
  private:
+  // Of the row, for looking eight bytes far; of the buffer, for twice what may come.
+  [[nodiscard]] bool hasRoomFor(int begin, int end) const {
+    return end + kMaxReplacements <= len_ && used_ + 2 * (end - begin + kMaxReplacements) < limit_;
+  }
+
   void put(int offset, const uint8_t* bytes, int count) {
     putByte((count - 1) << 5 | std::min(offset, kLongOffset));
     if (offset >= kLongOffset) {
