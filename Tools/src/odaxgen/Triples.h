@@ -25,8 +25,8 @@ struct Three {
 template <class Vector>
 Three<Vector> split(const uint8_t* src) {
   constexpr size_t kTriples = 16 / sizeof(decltype(Vector{}[0]));
-  Three<Vector> pack;
-  std::memcpy(&pack, src, sizeof pack);
+  Three<Vector> pack = {vectors::load<Vector>(src), vectors::load<Vector>(src + 16),
+                        vectors::load<Vector>(src + 32)};
   for (size_t distance = 1; distance < kTriples; distance *= 2) {
     const auto [a, b, c] = pack;
     pack = {merged(a, secondHalf(b)), merged(secondHalf(a), c), merged(b, secondHalf(c))};
