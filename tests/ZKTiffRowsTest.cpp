@@ -1027,6 +1027,130 @@ TEST_F(ZKTiffRowsTest, CompositeFilesAreReadThroughTheirStripsByBlocks) {
   }
 }
 
+// The four channels of a composite file, each with a reader of its own, as a page holds them.
+class FourChannelsTest : public ZKTiffRowsTest {
+ protected:
+  struct Channels {
+    std::array<Reader, 4> readers;
+    std::array<World, 4> worlds;
+
+    [[nodiscard]] CmykChannels all() const {
+      CmykChannels channels{};
+      for (size_t i = 0; i < channels.size(); ++i) {
+        channels[i] = {readers[i].get(), worlds[i].get(), nullptr, static_cast<int>(i)};
+      }
+      return channels;
+    }
+  };
+
+  // Seven rows of three pixels: a sample says its row and its place in the row.
+  static TiffPage compositePage() {
+    std::vector<Bytes> rows(7, Bytes(12));
+    for (size_t row = 0; row < rows.size(); ++row) {
+      for (size_t i = 0; i < 12; ++i) rows[row][i] = static_cast<uint8_t>(row * 16 + i);
+    }
+    TiffPage page = rowsPage(rows, 3);
+    page.width = 3;
+    page.bits = {8, 8, 8, 8};
+    page.photometric = 5;
+    return page;
+  }
+
+  [[nodiscard]] Channels openFour(const Bytes& content, const std::array<int, 4>& depths,
+                                  long height = 4) const {
+    Channels channels;
+    for (size_t i = 0; i < depths.size(); ++i) {
+      channels.readers.at(i) = open(content);
+      channels.worlds.at(i) = newWorld(3, height, depths.at(i));
+    }
+    return channels;
+  }
+
+  // Whether two blocks of four channels are what reading them one by one gives.
+  void expectAsOneByOne(const Bytes& content, const std::array<int, 4>& depths) const {
+    const Channels together = openFour(content, depths);
+    const Channels alone = openFour(content, depths);
+    for (int block = 0; block < 3; ++block) {
+      SCOPED_TRACE(testing::Message() << "block " << block);
+      int rows = 0, most = 0;
+      const std::string errors =
+          errorsOf([&] { rows = ZKTiff_ReadNextRasterBlocksCMYK(together.all()); });
+      const std::string errorsAlone = errorsOf([&] {
+        for (const CmykChannel& one : alone.all()) {
+          most = std::max(
+              most, ZKTiff_ReadNextRasterBlockCMYK(one.reader, one.world, one.table, one.channel));
+        }
+      });
+      EXPECT_EQ(rows, most);
+      EXPECT_EQ(errors, errorsAlone);
+      for (size_t i = 0; i < depths.size(); ++i) {
+        for (long row = 0; row < 4; ++row) {
+          EXPECT_EQ(rowOf(together.worlds.at(i), row), rowOf(alone.worlds.at(i), row))
+              << "channel " << i << ", row " << row;
+        }
+      }
+    }
+  }
+};
+
+TEST_F(FourChannelsTest, RowsAreReadOnceByTheFirstReader) {
+  const Channels channels = openFour(tiffFile(compositePage()), {8, 8, 8, 8});
+  EXPECT_EQ(ZKTiff_ReadNextRasterBlocksCMYK(channels.all()), 4);
+  EXPECT_EQ(rowOf(channels.worlds[0], 3), (Bytes{0x30, 0x34, 0x38, 0}));
+  EXPECT_EQ(rowOf(channels.worlds[3], 3), (Bytes{0x33, 0x37, 0x3B, 0}));
+  EXPECT_EQ(channels.readers[0]->currentStrip, 1U);
+  EXPECT_EQ(channels.readers[1]->currentStrip, 0U);
+}
+
+TEST_F(FourChannelsTest, RowsAreWhatEachReaderAloneDelivers) {
+  const Bytes file = tiffFile(compositePage());
+  expectAsOneByOne(file, {8, 8, 8, 8});
+  expectAsOneByOne(file, {4, 2, 1, 8});
+}
+
+TEST_F(FourChannelsTest, ADepthThatDoesNotFitLeavesOnlyItsOwnChannelEmpty) {
+  const Bytes file = tiffFile(compositePage());
+  expectAsOneByOne(file, {8, 8, 10, 8});
+  const Channels channels = openFour(file, {8, 8, 10, 8});
+  EXPECT_EQ(ZKTiff_ReadNextRasterBlocksCMYK(channels.all()), 4);
+  EXPECT_EQ(rowOf(channels.worlds[1], 0), (Bytes{0x01, 0x05, 0x09, 0}));
+  EXPECT_TRUE(allPixelsAre(channels.worlds[2], 0x00));
+  EXPECT_EQ(channels.readers[0]->currentStrip, 1U);
+  EXPECT_EQ(channels.readers[1]->currentStrip, 1U);  // one by one, each goes its own way
+}
+
+TEST_F(FourChannelsTest, AClaimBeyondTheFileIsSaidForEachChannel) {
+  TiffPage page = compositePage();
+  page.height = 2000000000;
+  expectAsOneByOne(tiffFile(page), {8, 8, 8, 8});
+  const Channels channels = openFour(tiffFile(page), {8, 8, 8, 8});
+  const std::string said =
+      errorsOf([&] { EXPECT_EQ(ZKTiff_ReadNextRasterBlocksCMYK(channels.all()), 0); });
+  EXPECT_EQ(std::count(said.begin(), said.end(), '\n'), 4) << said;
+}
+
+TEST_F(FourChannelsTest, ARowCutByTheEndOfTheFileIsCutInAllChannels) {
+  TiffPage page = compositePage();
+  page.height = 9;
+  expectAsOneByOne(tiffFile(page), {8, 8, 8, 8});
+}
+
+TEST_F(FourChannelsTest, ACompressionThatIsNotReadThrowsTheTextOfOneReader) {
+  TiffPage page = compositePage();
+  page.compression = 5;
+  const Channels channels = openFour(tiffFile(page), {8, 8, 8, 8});
+  const char* thrown = nullptr;
+  const std::string said = errorsOf([&] {
+    try {
+      ZKTiff_ReadNextRasterBlocksCMYK(channels.all());
+    } catch (const char* text) {
+      thrown = text;
+    }
+  });
+  EXPECT_STREQ(thrown, "Internal Exception");
+  EXPECT_EQ(said, "UNSUPPORTED COMPRESSION!: \"" + path() + "\".\n");
+}
+
 TEST_F(ZKTiffRowsTest, ACompositeFileOfAnotherCompressionThrowsAText) {
   TiffPage page = onePage(2, {8, 8, 8, 8}, Bytes(8), 5);
   page.compression = 5;
