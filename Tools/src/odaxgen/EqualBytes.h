@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <bit>
 #include <cstdint>
-#include <utility>
 
 #include "ByteMasks.h"
 #include "Words.h"

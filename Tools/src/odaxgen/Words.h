@@ -45,12 +45,20 @@ void store(uint8_t* bytes, Word word) {
   std::memcpy(bytes, &word, sizeof word);
 }
 
-/// The place of the lowest bit of a word that has one. The standard's function asks that first.
+/// The places of the lowest and the highest bit of a word that has one. The standard's functions
+/// ask that first.
 inline int lowestBit(uint64_t word) {
 #ifdef __GNUC__
   return __builtin_ctzll(word);
 #else
   return std::countr_zero(word);
+#endif
+}
+inline int highestBit(uint64_t word) {
+#ifdef __GNUC__
+  return 63 - __builtin_clzll(word);
+#else
+  return 63 - std::countl_zero(word);
 #endif
 }
 constexpr uint64_t withoutLowestBit(uint64_t word) {
