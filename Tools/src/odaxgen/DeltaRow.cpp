@@ -21,16 +21,19 @@ class Commands {
   bool replace(int begin, int end) {
     int offset = begin - replaced_;
     replaced_ = end;
+    const int count = end - begin;
+    // Most commands are short, and nobody can foresee how short: eight bytes are moved for any of
+    // them, and what is too much is written over by the next one.
+    const bool isShort = count <= kMaxReplacements && offset < kLongOffset;
+    if (isShort && begin + kMaxReplacements <= len_ && used_ + kMaxReplacements < limit_) {
+      putQuickly(offset, begin, count);
+      return true;
+    }
     if (offset < kLongOffset && hasRoomFor(begin, end)) {
-      // Nobody can foresee how short commands are: eight bytes are moved for any of them, and what
-      // is too much is written over by the next one. A call for each takes a tenth longer.
-      for (; begin < end; offset = 0) {
-        const int part = std::min(end - begin, kMaxReplacements);
-        out_[used_] = static_cast<uint8_t>((part - 1) << 5 | offset);
-        words::store(out_ + used_ + 1, words::load(row_ + begin));
-        used_ += 1 + part;
-        begin += part;
+      for (; end - begin > kMaxReplacements; begin += kMaxReplacements, offset = 0) {
+        putQuickly(offset, begin, kMaxReplacements);
       }
+      putQuickly(offset, begin, end - begin);
       return true;
     }
     for (; begin < end && used_ <= limit_; offset = 0) {
@@ -45,10 +48,17 @@ class Commands {
   [[nodiscard]] int used() const { return used_ <= limit_ ? used_ : -1; }
 
  private:
-  // Of the row, for looking eight bytes far; of the buffer, for twice what may come.
+  // For all commands of a run by putQuickly(): they take no more than twice its bytes.
   [[nodiscard]] bool hasRoomFor(int begin, int end) const {
     const int64_t most = 2 * (int64_t{end} - begin + kMaxReplacements);
     return end <= len_ - kMaxReplacements && used_ + most < limit_;
+  }
+
+  // One command without a call, where row and buffer go on for eight bytes more.
+  void putQuickly(int offset, int begin, int count) {
+    out_[used_] = static_cast<uint8_t>((count - 1) << 5 | offset);
+    words::store(out_ + used_ + 1, words::load(row_ + begin));
+    used_ += 1 + count;
   }
 
   void put(int offset, const uint8_t* bytes, int count) {
