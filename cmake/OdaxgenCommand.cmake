@@ -20,6 +20,7 @@ target_include_directories(odaxgen-jobverify PUBLIC Tools/src/jobverify
   PRIVATE $<TARGET_PROPERTY:odaxgen-modules,INTERFACE_INCLUDE_DIRECTORIES>)
 target_link_libraries(odaxgen-jobverify PUBLIC odaxgen-jobreader PRIVATE TIFF::TIFF)
 odaxgen_strict(odaxgen-jobverify)
+odaxgen_lint_as_one(odaxgen-jobverify)
 
 # Checks a configuration without running it.
 file(GLOB jobcheck CONFIGURE_DEPENDS Tools/src/jobcheck/*.cpp)
