@@ -46,6 +46,7 @@ odaxgen_strict(odaxgen-jobrender)
 
 file(GLOB command CONFIGURE_DEPENDS Tools/src/command/*.cpp)
 add_executable(odaxgen-cli ${command})
+odaxgen_lint_as_one(odaxgen-cli)
 set_target_properties(odaxgen-cli PROPERTIES OUTPUT_NAME odaxgen
   RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR})
 # It parses options and prints; optimising that for size takes the compiler a third less time.

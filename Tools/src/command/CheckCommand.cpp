@@ -23,7 +23,7 @@ namespace command {
 
 namespace {
 
-struct Options {
+struct CheckOptions {
   std::vector<std::string> configs;
   bool isStrict = false;
   bool isJson = false;
@@ -56,7 +56,7 @@ bool isRefused(const std::vector<jobcheck::CheckedJob>& jobs, bool isStrict) {
   throw std::system_error(error, std::generic_category(), printable(path));
 }
 
-int check(const Options& options) {
+int check(const CheckOptions& options) {
   onReadFailure(endOnReadFailure, nullptr);
   forgetMemoryRefusals();
   const std::vector<jobcheck::CheckedJob> jobs = jobcheck::checkJobs(options.configs);
@@ -72,7 +72,7 @@ int check(const Options& options) {
 void addCheck(CLI::App& app, int& exitCode) {
   CLI::App* sub =
       app.add_subcommand("check", "Say what is wrong or surprising in jobs, without running them");
-  auto options = std::make_shared<Options>();
+  auto options = std::make_shared<CheckOptions>();
   sub->add_option("CONFIG", options->configs, "the jobs, as they would be run")->required();
   sub->add_flag("--strict", options->isStrict, "warnings count as errors for the exit code");
   sub->add_flag("--json", options->isJson, "one JSON document instead of text");

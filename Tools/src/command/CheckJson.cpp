@@ -12,7 +12,7 @@ using nlohmann::ordered_json;
 namespace {
 
 // Counts up when a key changes its meaning or goes away; new keys do not count.
-constexpr int kFormat = 1;
+constexpr int kCheckFormat = 1;
 
 template <class Value>
 ordered_json orNull(bool isKnown, const Value& value) {
@@ -52,7 +52,7 @@ ordered_json checkJson(const std::vector<CheckedJob>& jobs) {
     errors += job.count(Severity::kError);
     warnings += job.count(Severity::kWarning);
   }
-  return {{"format", kFormat}, {"errors", errors}, {"warnings", warnings}, {"jobs", list}};
+  return {{"format", kCheckFormat}, {"errors", errors}, {"warnings", warnings}, {"jobs", list}};
 }
 
 std::string hintOf(const Problem& problem) {

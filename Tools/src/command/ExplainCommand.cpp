@@ -19,7 +19,7 @@ namespace {
 constexpr size_t kColumns = 80;
 constexpr std::string_view kIndent = "  ";
 
-struct Options {
+struct ExplainOptions {
   std::string code;
   bool list = false;
 };
@@ -68,7 +68,7 @@ std::string checkCode(const std::string& text) {
          " to " + std::to_string(kLastErrorCode);
 }
 
-int explain(const Options& options) {
+int explain(const ExplainOptions& options) {
   if (options.list) return list();
   printAdvice(*adviceFor(codeOf(options.code)));
   return kExitDone;
@@ -79,7 +79,7 @@ int explain(const Options& options) {
 void addExplain(CLI::App& app, int& exitCode) {
   CLI::App* sub =
       app.add_subcommand("explain", "Say what an error code means, why it happens and what to do");
-  auto options = std::make_shared<Options>();
+  auto options = std::make_shared<ExplainOptions>();
   CLI::Option* code =
       sub->add_option("CODE", options->code, "the number that a failed job ended with: -36 or 36");
   CLI::Option* all = sub->add_flag("--list", options->list, "all codes, one per line");

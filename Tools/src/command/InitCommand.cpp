@@ -161,7 +161,7 @@ int init(const std::string& name) {
   return kExitDone;
 }
 
-std::string refuseEmpty(const std::string& folder) {
+std::string refuseEmptyFolder(const std::string& folder) {
   return folder.empty() ? "the name is empty" : "";
 }
 
@@ -172,7 +172,7 @@ void addInit(CLI::App& app, int& exitCode) {
   auto folder = std::make_shared<std::string>();
   sub->add_option("FOLDER", *folder, "where to: a new folder, or an empty one")
       ->required()
-      ->check(CLI::Validator(refuseEmpty, ""));
+      ->check(CLI::Validator(refuseEmptyFolder, ""));
   sub->footer(
       "\nExit codes: 0 done; 1 the folder is not empty or cannot be written; 2 wrong usage.\n");
   sub->callback([folder, &exitCode] { exitCode = guarded([&] { return init(*folder); }); });

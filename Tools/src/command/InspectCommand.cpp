@@ -15,7 +15,7 @@ namespace command {
 
 namespace {
 
-struct Options {
+struct InspectOptions {
   std::string file;
   std::string config;
   bool commands = false;
@@ -33,7 +33,7 @@ void printJson(const std::string& path, const jobreader::JobSummary& summary, bo
   print(text + "\n");
 }
 
-int inspect(const Options& options) {
+int inspect(const InspectOptions& options) {
   const auto known = knownJobOf(options.config);
   jobreader::JobFile file(options.file);
   Progress progress("reading", options.file, file.size());
@@ -65,7 +65,7 @@ int inspect(const Options& options) {
 void addInspect(CLI::App& app, int& exitCode) {
   CLI::App* sub =
       app.add_subcommand("inspect", "Say what a job file holds and whether it is whole");
-  auto options = std::make_shared<Options>();
+  auto options = std::make_shared<InspectOptions>();
   sub->add_option("FILE", options->file, "the job file")->required();
   sub->add_option("--config", options->config,
                   "the job's configuration: packets are compared with its templates, and it knows "

@@ -19,7 +19,7 @@ namespace {
 
 constexpr int kMostPixels = 1000000000;
 
-struct Options {
+struct RenderOptions {
   std::string file;
   std::string config;
   std::vector<size_t> pages;
@@ -40,7 +40,7 @@ void warnOfAssumptions(const jobreader::JobSummary& summary) {
 }
 
 // The pictures need sizes that only the whole file shows, so it is read twice.
-int render(Options& options) {
+int render(RenderOptions& options) {
   const auto known = knownJobOf(options.config);
   const jobreader::KnownJob* job = known ? &*known : nullptr;
   jobreader::JobFile file(options.file);
@@ -75,7 +75,7 @@ int render(Options& options) {
 
 void addRender(CLI::App& app, int& exitCode) {
   CLI::App* sub = app.add_subcommand("render", "Draw the pages of a job file as PNG pictures");
-  auto options = std::make_shared<Options>();
+  auto options = std::make_shared<RenderOptions>();
   sub->add_option("FILE", options->file, "the job file")->required();
   sub->add_option("-o,--output", options->render.folder, "folder for the pictures")
       ->type_name("FOLDER")

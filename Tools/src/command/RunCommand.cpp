@@ -13,14 +13,14 @@ namespace command {
 
 namespace {
 
-struct Options {
+struct RunArguments {
   std::vector<std::string> configs;
   bool isJson = false;
   RunOptions run;
 };
 
 // A failed job does not keep the later ones from running.
-int runAll(const Options& options) {
+int runAll(const RunArguments& options) {
   const bool areMany = options.configs.size() > 1;
   std::vector<JobResult> results;
   int exitCode = kExitDone;
@@ -35,24 +35,24 @@ int runAll(const Options& options) {
   return exitCode;
 }
 
-std::string refuseEmpty(const std::string& config) {
+std::string refuseEmptyName(const std::string& config) {
   return config.empty() ? "the name is empty" : "";
 }
 
 }  // namespace
 
 int runJobOf(const std::string& config) {
-  Options options;
+  RunArguments options;
   options.configs.push_back(config);
   return guarded([&] { return runAll(options); });
 }
 
 void addRun(CLI::App& app, int& exitCode) {
   CLI::App* sub = app.add_subcommand("run", "Run jobs: write the job files that they ask for");
-  auto options = std::make_shared<Options>();
+  auto options = std::make_shared<RunArguments>();
   sub->add_option("CONFIG", options->configs, "the jobs")
       ->required()
-      ->check(CLI::Validator(refuseEmpty, ""));
+      ->check(CLI::Validator(refuseEmptyName, ""));
   sub->add_flag("-q,--quiet", options->run.isQuiet, "no echo of the settings, no progress");
   sub->add_flag("--json", options->isJson, "results as JSON on standard output, and no echo");
   sub->add_flag("--keep-partial", options->run.keepsPartialOutput,

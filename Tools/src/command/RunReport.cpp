@@ -12,7 +12,7 @@ namespace {
 using Json = nlohmann::ordered_json;
 
 // Counts up when a key changes its meaning or goes away; new keys do not count.
-constexpr int kFormat = 1;
+constexpr int kReportFormat = 1;
 
 constexpr const char* kOtherCompression =
     "ImageFileCMYK has a compression that is not read. Save it uncompressed or with PackBits: "
@@ -71,7 +71,7 @@ void reportResult(const JobResult& result, bool isOneOfMany) {
 
 std::string resultsAsJson(const std::vector<JobResult>& results) {
   Json json;
-  json["format"] = kFormat;
+  json["format"] = kReportFormat;
   json["jobs"] = Json::array();
   for (const JobResult& result : results) json["jobs"].push_back(resultAsJson(result));
   // Names of files need not be UTF-8.

@@ -15,10 +15,10 @@ using nlohmann::ordered_json;
 namespace {
 
 // Counts up when a key changes its meaning or goes away; new keys do not count.
-constexpr int kFormat = 1;
+constexpr int kSummaryFormat = 1;
 
 template <class Number>
-ordered_json orNull(bool isKnown, Number value) {
+ordered_json numberOrNull(bool isKnown, Number value) {
   return isKnown ? ordered_json(value) : ordered_json(nullptr);
 }
 
@@ -53,12 +53,12 @@ ordered_json packetJson(const Packet& packet) {
 ordered_json planeJson(const PageSummary& page, const PlaneSummary& plane) {
   const bool hasDepth = plane.format.depth > 0;
   return {{"ink", plane.format.name},
-          {"depth", orNull(hasDepth, plane.format.depth)},
+          {"depth", numberOrNull(hasDepth, plane.format.depth)},
           {"assumed", plane.format.assumed},
           {"rows", plane.rows},
           {"rowBytes", plane.rowBytes},
           {"codedBytes", plane.codedBytes},
-          {"plainBytes", orNull(hasDepth, page.plainBytesOf(plane))}};
+          {"plainBytes", numberOrNull(hasDepth, page.plainBytesOf(plane))}};
 }
 
 ordered_json moveJson(const jobreader::Command& move) {
@@ -83,7 +83,7 @@ ordered_json pageJson(const PageSummary& page) {
           {"heightExact", page.isHeightExact()},
           {"resolutionH", page.start.resolutionH},
           {"resolutionV", page.start.resolutionV},
-          {"colorSpace", orNull(colorSpace >= 0, colorSpace)},
+          {"colorSpace", numberOrNull(colorSpace >= 0, colorSpace)},
           {"colorSpaceName", colorSpaceName(colorSpace)},
           {"methods", page.methods},
           {"moves", moves},
@@ -110,7 +110,7 @@ ordered_json listOf(const List& list, Convert convert) {
 }  // namespace
 
 ordered_json summaryJson(const std::string& path, const JobSummary& summary) {
-  return {{"format", kFormat},
+  return {{"format", kSummaryFormat},
           {"file", path},
           {"bytes", summary.fileBytes},
           {"damage", summary.damage ? noteJson(*summary.damage) : ordered_json(nullptr)},

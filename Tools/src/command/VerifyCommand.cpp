@@ -14,7 +14,7 @@ namespace command {
 
 namespace {
 
-struct Options {
+struct VerifyOptions {
   std::string config;
   std::string file;
 };
@@ -51,16 +51,16 @@ int report(const jobverify::Verdict& verdict) {
   return verdict.isProven() ? kExitDone : kExitFailed;
 }
 
-uint64_t sizeOf(const std::string& path) {
+uint64_t bytesToVerify(const std::string& path) {
   std::error_code error;
   const uint64_t size = std::filesystem::file_size(path, error);
   return error ? 0 : size;
 }
 
-int verify(const Options& options) {
+int verify(const VerifyOptions& options) {
   const jobverify::JobRequest request = jobverify::readRequest(options.config);
   const std::string file = options.file.empty() ? request.outputPath : options.file;
-  Progress progress("verifying", file, sizeOf(file));
+  Progress progress("verifying", file, bytesToVerify(file));
   const jobverify::Verdict verdict = jobverify::verifyJob(
       request, file, [&progress](uint64_t offset) { progress.report(offset); });
   progress.erase();
@@ -72,7 +72,7 @@ int verify(const Options& options) {
 void addVerify(CLI::App& app, int& exitCode) {
   CLI::App* sub = app.add_subcommand(
       "verify", "Prove that a job file holds exactly what a configuration asks for");
-  auto options = std::make_shared<Options>();
+  auto options = std::make_shared<VerifyOptions>();
   sub->add_option("CONFIG", options->config, "the job")->required();
   sub->add_option("FILE", options->file, "the job file; the configuration's output if not given");
   sub->footer(
